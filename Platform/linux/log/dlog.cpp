@@ -1,0 +1,124 @@
+#include "platform/dlog.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "log/journal.h"
+#include "log/line_writer.h"
+#include "log/log_level.h"
+#include "log/log_text.h"
+
+namespace {
+
+constexpr char kOwnTag[] = "QVXD";
+constexpr char kMessageField[] = "MESSAGE=";
+
+LineWriter standardError(STDERR_FILENO);
+
+enum class Destination { kNowhere, kStandardError, kJournal };
+
+struct Log {
+    int least;
+    Destination destination;
+};
+
+// Standard error that is closed stays out of use: the next file to be opened gets its number, a pad or the virtual
+// keyboard for example, and must not receive messages.
+Destination FindDestination() {
+    struct stat status;
+    if (fstat(STDERR_FILENO, &status) != 0) {
+        return Destination::kNowhere;
+    }
+    const bool journal = IsJournalStream(std::getenv("JOURNAL_STREAM"), status) && OpenJournal();
+    return journal ? Destination::kJournal : Destination::kStandardError;
+}
+
+const char* BufferName(log_id_t id) {
+    return id == LOG_ID_SYSTEM ? "system" : "main";
+}
+
+int WriteToStandardError(log_id_t id, int priority, const char* tag, const char* message, size_t length) {
+    LogText line;
+    line.Append(LogLevelName(priority));
+    line.Append(id == LOG_ID_SYSTEM ? " [system] " : " ");
+    line.Append(tag);
+    line.Append(": ");
+    line.Append(message, length);
+    line.EndLine();
+    return standardError.Write(line.Data(), line.Size()) ? 0 : -1;
+}
+
+int WriteToJournal(log_id_t id, int priority, const char* tag, const char* message, size_t length) {
+    LogText field;
+    field.Append(kMessageField);
+    field.Append(message, length);
+    const bool sent = JournalSend(priority, tag, BufferName(id), field.Data(), field.Size());
+    return sent ? 0 : WriteToStandardError(id, priority, tag, message, length);
+}
+
+int Write(const Log& log, log_id_t id, int priority, const char* tag, const char* message, size_t length) {
+    switch (log.destination) {
+        case Destination::kJournal:
+            return WriteToJournal(id, priority, tag, message, length);
+        case Destination::kStandardError:
+            return WriteToStandardError(id, priority, tag, message, length);
+        case Destination::kNowhere:
+            break;
+    }
+    return -1;
+}
+
+Log OpenLog() {
+    const char* setting = std::getenv("QUORVEX_LOG");
+    const LogLevel level = LogLevelFrom(setting, isatty(STDERR_FILENO) == 1);
+    const Log log{level.least, FindDestination()};
+    if (!level.understood) {
+        char text[256];
+        std::snprintf(text, sizeof text, "QUORVEX_LOG=%.64s is none of debug, info, error: logging from %s on", setting,
+                      LogLevelName(level.least));
+        Write(log, LOG_ID_MAIN, DLOG_ERROR, kOwnTag, text, std::strlen(text));
+    }
+    return log;
+}
+
+// Opened by the first message, whichever thread it comes from.
+const Log& TheLog() {
+    static const Log log = OpenLog();
+    return log;
+}
+
+// The text's size in the buffer. A text that does not fit is cut again, with a mark, where it meets the line's prefix.
+size_t Format(char* buffer, size_t size, const char* format, va_list arguments) {
+    const int length = std::vsnprintf(buffer, size, format, arguments);
+    if (length < 0) {
+        std::snprintf(buffer, size, "(cannot be formatted) %s", format);
+        return std::strlen(buffer);
+    }
+    return std::min(static_cast<size_t>(length), size - 1);
+}
+
+}  // namespace
+
+int __dlog_print(log_id_t log_id, int priority, const char* tag, const char* format, ...) {
+    const int callersErrno = errno;
+    const Log& log = TheLog();
+    if (priority < log.least) {
+        return 0;
+    }
+    char message[LogText::kCapacity];
+    va_list arguments;
+    va_start(arguments, format);
+    const size_t length = Format(message, sizeof message, format, arguments);
+    va_end(arguments);
+    const int result = Write(log, log_id, priority, tag == nullptr ? kOwnTag : tag, message, length);
+    errno = callersErrno;
+    return result;
+}
