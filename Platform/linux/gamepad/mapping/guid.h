@@ -19,7 +19,7 @@ struct Guid {
     static std::optional<Guid> Parse(std::string_view hexDigits);  ///< nullopt: not 32 hexadecimal digits
     static Guid Of(const DeviceId& id);
 
-    std::uint16_t Checksum() const { return Word(2); }
+    std::uint16_t Checksum() const;
     Guid WithoutChecksum() const;
     Guid WithoutVersion() const;  ///< itself when it is made of a name
     bool operator==(const Guid& other) const { return bytes == other.bytes; }

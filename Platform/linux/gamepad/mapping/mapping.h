@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -87,21 +88,30 @@ public:
     const std::string& Name() const noexcept { return name_; }
 
 private:
+    /// From one raw input to one output.
     struct Route {
-        std::uint16_t type;  // of the raw event
+        SourceKind kind;
         std::uint16_t code;
-        int sign;  // of the raw value that counts, for a hat
-        int rawMinimum;
+        std::size_t slot;  // of the output
+        int rawMinimum;    // of an axis
         int rawMaximum;
-        Range from;  // of the scaled raw value
-        Range to;
-        std::size_t slot;
-        std::int32_t contribution;
-        int fuzz;
+        Range from;   // the part of the source that counts; of a hat: where it counts as pressed, in last
+        Range to;     // the part of an output axis
+        int pressed;  // what it contributes when pressed, unless it is from an axis to an axis
+        int fuzz;     // in units of the output
         int flat;
+        int contribution;
+
+        bool IsFrom(std::uint16_t type, std::uint16_t rawCode) const noexcept;
+        int Contribution(int raw) const noexcept;
+        int AlongAxis(int raw) const noexcept;
     };
 
-    std::int32_t Combined(std::size_t slot) const noexcept;
+    void AddRoutes(const Binding& binding, const Numbering& numbering, const Capabilities& capabilities);
+    void AddButton(Route route, const Numbering& numbering, const Source& source);
+    void AddAxis(Route route, const Numbering& numbering, const Source& source, const Capabilities& capabilities);
+    void AddHat(Route route, const Numbering& numbering, const Source& source, const Capabilities& capabilities);
+    int Combined(std::size_t slot) const noexcept;
 
     std::vector<Route> routes_;
     std::array<std::int32_t, Outputs::kMost> values_{};
@@ -135,7 +145,7 @@ public:
 private:
     const Sources sources_;
     std::mutex lock_;
-    std::vector<std::string> told_;  // signatures of the texts whose bad lines were told
+    std::map<std::string, std::string> told_;  // by origin: the state of a text whose bad lines were told
 };
 
 }  // namespace mapping
