@@ -1,0 +1,23 @@
+#include "settings/complaints.h"
+
+void Complaints::Tell(const Problem& problem) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::string& told = told_[problem.about];
+    if (told != problem.text) {
+        told = problem.text;
+        sink_(problem.text);
+    }
+}
+
+void Complaints::Over(const std::string& about) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    told_.erase(about);
+}
+
+void Complaints::Note(const Reading& reading) {
+    if (reading.problem) {
+        Tell(*reading.problem);
+    } else {
+        Over(reading.path);
+    }
+}

@@ -1,0 +1,27 @@
+/// Tells each problem once, however often it is met: again only after its text has changed or it was over meanwhile.
+///
+/// Threads  any; the sink is called with the lock held and must not call back.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "settings/key_file.h"
+
+class Complaints {
+public:
+    using Sink = std::function<void(const std::string& text)>;
+    explicit Complaints(Sink sink) : sink_(std::move(sink)) {}
+
+    void Tell(const Problem& problem);
+    void Over(const std::string& about);
+    /// Tells the reading's problem; a reading without one means that the earlier one is over.
+    void Note(const Reading& reading);
+
+private:
+    const Sink sink_;
+    std::mutex mutex_;
+    std::map<std::string, std::string> told_;
+};
