@@ -1,0 +1,51 @@
+#ifndef COMMON_CALLBACKHANDLER_H
+#define COMMON_CALLBACKHANDLER_H
+
+#include <map>
+
+#include "CThread/CMutex.h"
+#include "CThread/CRawMutex.h"
+
+/// An object that wants to be called back.
+class GCCallback {
+public:
+    GCCallback() = default;
+    virtual ~GCCallback() { m_tCallbackMutex.Destroy(); }
+    GCCallback(const GCCallback&) = delete;
+    GCCallback& operator=(const GCCallback&) = delete;
+
+    /// Runs on the thread that fires the event, with m_tCallbackMutex held. What the number and the pointers mean is
+    /// the firing side's business.
+    virtual void t_OnCallback(int iEvent, void* p1, void* p2, void* p3) = 0;
+
+protected:
+    friend class CallbackHandler;
+    CRawMutex m_tCallbackMutex;
+};
+
+/// A set of callbacks, all of which are called when the owner fires an event, in the order of their addresses.
+///
+/// Life     construct, Create, use, Destroy, destruct. The callbacks belong to others and are never deleted.
+/// Threads  any. Locks: m_oLock (recursive, so a callback may register and unregister), then the callback's own mutex.
+class CallbackHandler {
+public:
+    CallbackHandler() = default;
+    virtual ~CallbackHandler() = default;
+    CallbackHandler(const CallbackHandler&) = delete;
+    CallbackHandler& operator=(const CallbackHandler&) = delete;
+
+    void Create();
+    /// Empties the registry without its lock: nobody may use it any more.
+    void Destroy();
+
+    void RegisterCallback(GCCallback* pCb);
+    void UnregisterCallback(GCCallback* pCb);
+    void ExecuteCallback(int iEvent, void* p1, void* p2, void* p3);
+
+private:
+    /// From the callback's address to the callback.
+    std::map<unsigned long, GCCallback*> m_mCallbackMap;
+    CMutex m_oLock;
+};
+
+#endif
