@@ -1,0 +1,188 @@
+#include "main.h"
+
+#include <glib.h>
+#include <semaphore.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "../ContextManager/src/GamepadContextManager.h"
+#include "../EventHandler/src/GamepadEventDispatcher.h"
+#include "CThread/CThread.h"
+#include "Log.h"
+
+std::atomic<GMainLoop*> gLoop{nullptr};
+std::atomic<bool> is_gamepad_service_accessible{true};
+
+namespace {
+
+// Held while the loop is asked to quit and while it is released, so that nobody asks a loop that is gone.
+CRawMutex s_tLoopLock;
+
+/// What the handler leaves for the relay. Atomics and a POSIX semaphore are all that a handler may touch.
+struct ReceivedSignals {
+    ReceivedSignals() { sem_init(&tWakeUp, 0, 0); }
+
+    std::atomic<unsigned> aCount[NSIG] = {};
+    std::atomic<bool> bQuitsLoop{false};
+    sem_t tWakeUp;
+};
+ReceivedSignals s_tReceived;
+
+/// Does what the signal handler may not do itself. The log and g_main_loop_quit take locks; a handler that called them
+/// would wait for ever when the thread that it interrupted holds one. So the handler only counts the signal and clears
+/// the flag, and this thread writes the message and ends the loop a moment later.
+class SignalRelay : public CThread {
+public:
+    void t_Main() override;
+    ~SignalRelay() override;
+    void Destroy() override;
+
+private:
+    static void m_HandleReceived();
+
+    std::atomic<bool> m_bExit{false};
+};
+
+SignalRelay::~SignalRelay() {
+    if (FlagCreate()) {
+        SignalRelay::Destroy();
+        // What came while the thread ended.
+        m_HandleReceived();
+    }
+}
+
+void SignalRelay::Destroy() {
+    m_bExit = true;
+    sem_post(&s_tReceived.tWakeUp);
+    CThread::Destroy();
+}
+
+void SignalRelay::t_Main() {
+    while (!m_bExit) {
+        while (sem_wait(&s_tReceived.tWakeUp) != 0 && errno == EINTR) {
+        }
+        m_HandleReceived();
+    }
+}
+
+void SignalRelay::m_HandleReceived() {
+    for (int signo = 1; signo < NSIG; ++signo) {
+        for (unsigned left = s_tReceived.aCount[signo].exchange(0); left > 0; --left) {
+            LOG_AS("sig_handler", __LINE__, DLOG_INFO, "Received Signal[%d]", signo);
+        }
+    }
+    if (s_tReceived.bQuitsLoop.exchange(false)) {
+        QuitMainLoop();
+    }
+}
+
+void InstallHandler(int signo) {
+    struct sigaction action = {};
+    action.sa_handler = sig_handler;
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    sigaction(signo, &action, nullptr);
+}
+
+// True when there was a loop to ask.
+bool AskMainLoopToQuit() {
+    CScopedLock lock(s_tLoopLock);
+    if (gLoop == nullptr) {
+        return false;
+    }
+    g_main_loop_quit(gLoop);
+    return true;
+}
+
+void ReleaseMainLoop() {
+    CScopedLock lock(s_tLoopLock);
+    g_main_loop_unref(gLoop);
+    gLoop = nullptr;
+}
+
+}  // namespace
+
+void sig_handler(int signo) {
+    const int savedErrno = errno;
+    if (signo == SIGUSR1) {
+        is_gamepad_service_accessible = false;
+    }
+    // Only a signal that finds a loop ends one; an earlier one is logged and no more.
+    if ((signo == SIGUSR1 || signo == SIGTERM) && gLoop != nullptr) {
+        s_tReceived.bQuitsLoop = true;
+    }
+    if (signo > 0 && signo < NSIG) {
+        ++s_tReceived.aCount[signo];
+    }
+    sem_post(&s_tReceived.tWakeUp);
+    errno = savedErrno;
+}
+
+void QuitMainLoop() {
+    constexpr useconds_t RETRY_US = 1000;
+    // A loop that exists but does not run yet forgets that it was asked, so it is asked until it is gone.
+    while (AskMainLoopToQuit()) {
+        usleep(RETRY_US);
+    }
+}
+
+bool Initialize() {
+    GamepadContextManager* pContextManager = Singleton<GamepadContextManager>::GetInstance();
+    if (pContextManager == nullptr) {
+        LOGE("[context_manager]NULL");
+        return false;
+    }
+    GamepadEventDispatcher* pDispatcher = Singleton<GamepadEventDispatcher>::GetInstance();
+    if (pDispatcher == nullptr) {
+        LOGE("[event_dispatcher]NULL");
+        Singleton<GamepadContextManager>::DestroyInstance();
+        return false;
+    }
+    if (pContextManager->Initialize() && pDispatcher->Initialize()) {
+        return true;
+    }
+    // Before the instance is destroyed: its thread may need the singleton's lock in order to end.
+    pDispatcher->StopThread();
+    Singleton<GamepadEventDispatcher>::DestroyInstance();
+    Singleton<GamepadContextManager>::DestroyInstance();
+    return false;
+}
+
+void DeInitialize() {
+    if (GamepadEventDispatcher* pDispatcher = Singleton<GamepadEventDispatcher>::GetInstance()) {
+        pDispatcher->DeInitialize();
+    }
+    if (GamepadContextManager* pContextManager = Singleton<GamepadContextManager>::GetInstance()) {
+        pContextManager->DeInitialize();
+    }
+    Singleton<GamepadContextManager>::DestroyInstance();
+    Singleton<GamepadEventDispatcher>::DestroyInstance();
+}
+
+int main() {
+    LOGI("quorvex Start");
+    SignalRelay relay;
+    if (!relay.Create("SignalRelay", CThread::STACK_SIZE)) {
+        LOGE("Create[SignalRelay]failed!");
+        return -1;
+    }
+    InstallHandler(SIGTERM);
+    InstallHandler(SIGUSR1);
+    if (!Initialize()) {
+        LOGE("Call[Initialize]err");
+        return -1;
+    }
+    gLoop = g_main_loop_new(nullptr, TRUE);
+    if (gLoop == nullptr) {
+        LOGE("gLoop is NULL!");
+        return -1;
+    }
+    g_main_loop_run(gLoop);
+    LOGI("unref gmain loop");
+    ReleaseMainLoop();
+    DeInitialize();
+    LOGE("quorvex Exit");
+    return 0;
+}
