@@ -10,4 +10,5 @@ function(quorvex_test name)
     add_test(NAME ${name} COMMAND ${TEST_WRAPPER} $<TARGET_FILE:${name}>
              --gtest_output=xml:${CMAKE_BINARY_DIR}/test-results/${name}.xml)
     set_tests_properties(${name} PROPERTIES LABELS ${TEST_AREA} TIMEOUT 600)
+    file(WRITE ${CMAKE_BINARY_DIR}/test-areas/${name} "${TEST_AREA}\n")
 endfunction()
