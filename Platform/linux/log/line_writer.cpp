@@ -83,7 +83,7 @@ bool LineWriter::WaitForRoomLocked() const {
 
 void LineWriter::TellLostLocked() {
     char line[80];
-    const int length = std::snprintf(line, sizeof line, "(%lu lines lost: nobody read them)\n", lost_);
+    const int length = std::snprintf(line, sizeof line, "(lines lost, since nobody read them: %lu)\n", lost_);
     const unsigned long lost = lost_;
     lost_ = 0;
     if (!WriteLocked(line, static_cast<size_t>(length))) {
