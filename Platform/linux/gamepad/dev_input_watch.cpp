@@ -1,0 +1,77 @@
+#include "gamepad/dev_input_watch.h"
+
+#include <sys/inotify.h>
+
+#include <array>
+#include <cstring>
+#include <filesystem>
+
+namespace gamepad {
+namespace {
+
+bool StartsWith(const std::string& text, const std::string& start) { return text.compare(0, start.size(), start) == 0; }
+
+}  // namespace
+
+bool IsEventNode(const std::string& path) { return StartsWith(path, std::string(kNodeFolder) + "/event"); }
+
+std::vector<std::string> EventNodes() {
+    std::vector<std::string> nodes;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(kNodeFolder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (IsEventNode(entry->path().string())) {
+            nodes.push_back(entry->path().string());
+        }
+    }
+    return nodes;
+}
+
+bool DevInputWatch::Open() {
+    inotify_ = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    folder_ = -1;
+    parent_ = -1;
+    if (inotify_) {
+        Attach();
+    }
+    return static_cast<bool>(inotify_);
+}
+
+/// The parent is watched first: the folder may appear between the two calls. True: the folder is watched from now on.
+bool DevInputWatch::Attach() {
+    parent_ = inotify_add_watch(inotify_.Get(), "/dev", IN_CREATE | IN_MOVED_TO | IN_ONLYDIR);
+    folder_ = inotify_add_watch(inotify_.Get(), kNodeFolder,
+                                IN_CREATE | IN_ATTRIB | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM | IN_ONLYDIR);
+    if (folder_ >= 0 && parent_ >= 0) {
+        inotify_rm_watch(inotify_.Get(), parent_);
+        parent_ = -1;
+    }
+    return folder_ >= 0;
+}
+
+DevInputWatch::Changes DevInputWatch::Read() {
+    Changes changes;
+    alignas(inotify_event) std::array<char, 4096> buffer;
+    ssize_t length = 0;
+    while ((length = read(inotify_.Get(), buffer.data(), buffer.size())) > 0) {
+        for (ssize_t at = 0; at < length;) {
+            inotify_event event;
+            std::memcpy(&event, buffer.data() + at, sizeof event);
+            const char* name = buffer.data() + at + sizeof event;
+            const std::string path = std::string(kNodeFolder) + "/" + (event.len > 0 ? name : "");
+            const bool folder_went = event.wd == folder_ && (event.mask & IN_IGNORED) != 0;
+            const bool folder_came = event.wd == parent_ && event.len > 0 && std::strcmp(name, "input") == 0;
+            if ((event.mask & IN_Q_OVERFLOW) != 0) {
+                changes.everything = true;
+            } else if (folder_went || folder_came) {
+                changes.everything = Attach() || folder_went || changes.everything;
+            } else if (event.wd == folder_ && IsEventNode(path)) {
+                changes.nodes.push_back(path);
+            }
+            at += static_cast<ssize_t>(sizeof event + event.len);
+        }
+    }
+    return changes;
+}
+
+}  // namespace gamepad

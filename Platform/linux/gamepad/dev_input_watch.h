@@ -1,0 +1,39 @@
+/// What happens to the nodes in /dev/input, told by the kernel itself.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "gamepad/file_descriptor.h"
+
+namespace gamepad {
+
+inline constexpr const char* kNodeFolder = "/dev/input";
+
+/// The event nodes that exist now; empty when there is no such folder.
+std::vector<std::string> EventNodes();
+bool IsEventNode(const std::string& path);
+
+/// Also waits for the folder itself, which is not there before the first input device is.
+///
+/// Threads  one at a time.
+class DevInputWatch {
+public:
+    struct Changes {
+        bool everything = false;         // the folder is new, or too much happened: look at all nodes again
+        std::vector<std::string> nodes;  // came, went, or got other access rights; in order
+    };
+
+    bool Open();  ///< false: errno tells why
+    int Fd() const { return inotify_.Get(); }
+    Changes Read();
+
+private:
+    bool Attach();
+
+    FileDescriptor inotify_;
+    int folder_ = -1;  // watch descriptors
+    int parent_ = -1;
+};
+
+}  // namespace gamepad

@@ -1,0 +1,107 @@
+#include "gamepad/device.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace gamepad {
+namespace {
+
+// A reader must not be kept for ever by a device that sends faster than it is read; the rest waits for the next call.
+constexpr int kMostReads = 8192;
+
+std::uint64_t Microseconds(const input_event& event) {
+    return static_cast<std::uint64_t>(event.input_event_sec) * 1000000U +
+           static_cast<std::uint64_t>(event.input_event_usec);
+}
+
+bool IsStickAxis(int axis) { return axis == ABS_X || axis == ABS_Y || axis == ABS_RX || axis == ABS_RY; }
+
+}  // namespace
+
+Device::Device(Evdev evdev, PadPointer pad, ChosenLayout layout)
+    : evdev_(std::move(evdev)), pad_(std::move(pad)), layout_(std::move(layout.layout)), standard_(layout.standard) {
+    for (const AxisSpec& spec : layout_->Axes()) {
+        axes_.emplace_back(spec);
+    }
+}
+
+int Device::TakeEvents(_gamepad_event_s* events, int capacity) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    if (!pad_->gone) {
+        Drain();
+    }
+    return queue_.Take(events, capacity);
+}
+
+void Device::Drain() {
+    unsigned flag = LIBEVDEV_READ_FLAG_NORMAL;
+    for (int reads = 0; reads < kMostReads && ReadOne(flag); ++reads) {
+    }
+}
+
+/// After an overrun of the kernel's queue libevdev asks the device for its true state and reports what differs as
+/// ordinary events, until it says -EAGAIN; then reading goes on as before. False: nothing more to read now.
+bool Device::ReadOne(unsigned& flag) {
+    input_event event{};
+    const int result = libevdev_next_event(evdev_.device.get(), flag, &event);
+    if (result == LIBEVDEV_READ_STATUS_SUCCESS || result == LIBEVDEV_READ_STATUS_SYNC) {
+        if (result == LIBEVDEV_READ_STATUS_SYNC) {
+            flag = LIBEVDEV_READ_FLAG_SYNC;
+        }
+        Accept(event);
+        return true;
+    }
+    if (result == -EAGAIN && flag == LIBEVDEV_READ_FLAG_SYNC) {
+        flag = LIBEVDEV_READ_FLAG_NORMAL;
+        return true;
+    }
+    if (result != -EAGAIN && result != -EINTR) {
+        pad_->gone = true;
+    }
+    return false;
+}
+
+void Device::Accept(const input_event& event) {
+    if (event.type != EV_KEY && event.type != EV_ABS) {
+        return;
+    }
+    for (const mapping::Output& output : layout_->Translate(event.type, event.code, event.value)) {
+        Deliver(output, Microseconds(event));
+    }
+}
+
+void Device::Deliver(const mapping::Output& output, std::uint64_t time) {
+    const _gamepad_event_s event{time, output.type, output.code, output.value};
+    const bool is_step = output.type == EV_KEY || output.code == ABS_HAT0X || output.code == ABS_HAT0Y;
+    if (is_step) {
+        queue_.PushStep(event);
+    } else {
+        DeliverPosition(output, event);
+    }
+}
+
+void Device::DeliverPosition(const mapping::Output& output, _gamepad_event_s event) {
+    const auto axis = std::find_if(axes_.begin(), axes_.end(),
+                                   [&output](const Axis& candidate) { return candidate.Spec().code == output.code; });
+    if (axis == axes_.end()) {
+        return;
+    }
+    if (const auto position = axis->Settle(output.value)) {
+        event.value = *position;
+        queue_.PushPosition(event, axis->ZoneOf(*position),
+                            IsStickAxis(output.code) ? AxisRole::Stick : AxisRole::Other);
+    }
+}
+
+std::optional<Device::Limits> Device::LimitsOf(int axis) const {
+    if (axis == ABS_HAT0X || axis == ABS_HAT0Y) {
+        return layout_->HasHat(static_cast<unsigned>(axis)) ? std::optional<Limits>({1, -1}) : std::nullopt;
+    }
+    const auto found = std::find_if(axes_.begin(), axes_.end(),
+                                    [axis](const Axis& candidate) { return candidate.Spec().code == axis; });
+    return found == axes_.end() ? std::nullopt
+                                : std::optional<Limits>({found->Spec().maximum, found->Spec().minimum});
+}
+
+}  // namespace gamepad

@@ -1,0 +1,70 @@
+#include "gamepad/pad.h"
+
+#include <algorithm>
+
+#include "gamepad/pad_identity.h"
+
+namespace gamepad {
+
+void PadList::Add(const PadPointer& pad, const std::string& uid_base) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    pad->uid = UniqueUid(uid_base, [this](const std::string& uid) {
+        return FindLocked([&uid](const Pad& other) { return other.uid == uid; }) != nullptr;
+    });
+    pads_.push_back(pad);
+}
+
+bool PadList::Remove(const PadPointer& pad) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    const auto found = std::find(pads_.begin(), pads_.end(), pad);
+    if (found == pads_.end()) {
+        return false;
+    }
+    pads_.erase(found);
+    return true;
+}
+
+void PadList::Clear() {
+    const std::lock_guard<std::mutex> hold(lock_);
+    pads_.clear();
+}
+
+int PadList::Count() const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return static_cast<int>(pads_.size());
+}
+
+PadPointer PadList::At(int index) const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    const bool exists = index >= 0 && static_cast<std::size_t>(index) < pads_.size();
+    return exists ? pads_[static_cast<std::size_t>(index)] : nullptr;
+}
+
+PadPointer PadList::FindLocked(const std::function<bool(const Pad&)>& matches) const {
+    const auto found = std::find_if(pads_.begin(), pads_.end(), [&](const PadPointer& pad) { return matches(*pad); });
+    return found == pads_.end() ? nullptr : *found;
+}
+
+PadPointer PadList::Find(const std::function<bool(const Pad&)>& matches) const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return FindLocked(matches);
+}
+
+PadPointer PadList::ByUid(const std::string& uid) const {
+    return Find([&uid](const Pad& pad) { return pad.uid == uid; });
+}
+
+PadPointer PadList::ByNode(const std::string& node) const {
+    return Find([&node](const Pad& pad) { return pad.node == node; });
+}
+
+PadPointer PadList::BySyspath(const std::string& syspath) const {
+    return Find([&syspath](const Pad& pad) { return pad.syspath == syspath; });
+}
+
+std::vector<PadPointer> PadList::All() const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return pads_;
+}
+
+}  // namespace gamepad
