@@ -192,6 +192,11 @@ bool AppLauncher::m_RunApp(const _LaunchAppInfo& info) {
 }
 
 void AppLauncher::m_RequestAppIdByRunTitle(const char* runtitle) {
+    if (!m_semAppIdSync.FlagCreate()) {
+        // An answer that nobody can wait for would be written while the launch goes on.
+        LOGE("[%s] is not asked for: there is no semaphore to wait on", runtitle);
+        return;
+    }
     const int result = was_request_appid_by_runtitle(runtitle, m_strEtag.c_str(), m_WASRequestAppIdCallback, this);
     if (result != 0) {
         LOGE("Call[was_request_appid_by_runtitle]ret[%d]", result);

@@ -40,10 +40,9 @@ GamepadMonitor::~GamepadMonitor() {
 
 int GamepadMonitor::Create() {
     m_Watch();
-    m_semMonitor.Create(1);
     // The thread runs as soon as it is created, and it may come to its first test before the owner calls Start.
     m_bStop = false;
-    if (!CThread::Create("GamepadMonitor", STACK_SIZE)) {
+    if (!m_semMonitor.Create(1) || !CThread::Create("GamepadMonitor", STACK_SIZE)) {
         LOGE("Create[GamepadMonitor] thread failed!");
         m_bStop = true;
         if (m_semMonitor.FlagCreate()) {
