@@ -120,7 +120,7 @@ std::optional<int> CallRecorder::Enter(const char* function, std::vector<std::st
         const auto lock = Lock();
         calls_.push_back(call);
         if (call.function != "gamepad_get_events") {
-            timeline_.push_back(call.Text());
+            timeline_.push_back({call.Text(), call.thread});
         }
         planned = PlannedLocked(call.function, failure);
         const auto found = hooks_.find(call.function);
@@ -156,7 +156,26 @@ int CallRecorder::CallCount(const std::string& function) const {
 
 std::vector<std::string> CallRecorder::Timeline() const {
     const auto lock = Lock();
-    return timeline_;
+    std::vector<std::string> texts;
+    for (const Moment& moment : timeline_) {
+        texts.push_back(moment.text);
+    }
+    return texts;
+}
+
+std::vector<std::string> CallRecorder::TimelineOf(const std::string& thread) const {
+    const auto lock = Lock();
+    std::vector<std::string> texts;
+    for (const Moment& moment : timeline_) {
+        if (moment.thread == thread) {
+            texts.push_back(moment.text);
+        }
+    }
+    return texts;
+}
+
+void CallRecorder::AppendToTimelineLocked(const std::string& entry) {
+    timeline_.push_back({entry, ThreadName()});
 }
 
 bool CallRecorder::WaitForCall(const std::string& function, int count, std::chrono::milliseconds atMost) const {

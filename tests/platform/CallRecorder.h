@@ -55,6 +55,8 @@ public:
     int CallCount(const std::string& function) const;
     /// Calls and log messages in one order, as text: "VirtualKey_Finalize()", "I: Enter". Without gamepad_get_events.
     std::vector<std::string> Timeline() const;
+    /// The part of it that the thread of this name wrote.
+    std::vector<std::string> TimelineOf(const std::string& thread) const;
     /// True as soon as the function was called that often since the double was made.
     bool WaitForCall(const std::string& function, int count = 1, std::chrono::milliseconds atMost = kSoon) const;
 
@@ -84,13 +86,17 @@ public:
         return changed_.wait_for(lock, atMost, predicate);
     }
     void ViolateLocked(const std::string& what);
-    void AppendToTimelineLocked(const std::string& entry) { timeline_.push_back(entry); }
+    void AppendToTimelineLocked(const std::string& entry);
 
 protected:
     void JudgeCalls() const;
 
 private:
     static constexpr int kEveryCall = 0;
+    struct Moment {
+        std::string text;
+        std::string thread;
+    };
     struct Plans {
         std::map<int, std::optional<int>> byCall;  ///< number of the call -> value, or the function's own failure
         int calls = 0;
@@ -102,7 +108,7 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     std::vector<Call> calls_;
-    std::vector<std::string> timeline_;
+    std::vector<Moment> timeline_;
     std::map<std::string, Plans> plans_;
     std::map<std::string, std::function<void(const Call&)>> hooks_;
     std::vector<std::string> violations_;

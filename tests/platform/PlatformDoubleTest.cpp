@@ -58,6 +58,17 @@ TEST(Calls, StandInOneOrderWithTheLog) {
     EXPECT_THAT(platform.Timeline(), ElementsAre("screensaver_reset()", "I: between", "tzplatform_getenv(77)"));
 }
 
+TEST(Calls, CanBeReadThreadByThread) {
+    FakePlatform platform;
+    screensaver_reset();
+    std::thread([] {
+        pthread_setname_np(pthread_self(), "worker");
+        tzplatform_getenv(77);
+        Say(DLOG_INFO, "beside");
+    }).join();
+    EXPECT_THAT(platform.TimelineOf("worker"), ElementsAre("tzplatform_getenv(77)", "I: beside"));
+}
+
 TEST(Calls, FailOnTheNthCallFromNow) {
     FakePlatform platform;
     screensaver_reset();

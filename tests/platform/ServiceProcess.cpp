@@ -68,6 +68,8 @@ std::optional<int> ServiceProcess::WaitForEnd(std::chrono::milliseconds atMost) 
 }
 
 std::optional<int> ServiceProcess::Stop() {
+    // A signal before the main loop only leaves its message.
+    platform_.WaitUntil([this] { return status_ || turns_; }, kSoon);
     Signal(SIGTERM);
     return WaitForEnd();
 }
