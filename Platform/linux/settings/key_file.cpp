@@ -21,7 +21,7 @@ constexpr size_t kMaxFileBytes = 65536;
 constexpr int kFileMode = 0600;
 constexpr int kDirectoryMode = 0700;
 // How often a directory may vanish between its making and its use.
-constexpr int kWriteAttempts = 3;
+constexpr int kWriteAttempts = 10;
 
 class File {
 public:
@@ -76,7 +76,7 @@ const char* WhyNoKey(const std::string& key) {
 }
 
 Problem UnreadableFile(const std::string& path, const std::string& why) {
-    return {path, path + ": " + why + "; the setting counts as unset"};
+    return {path, path + ": " + why + "; it is not used"};
 }
 
 Reading Failed(const std::string& path, const std::string& why) {
@@ -130,39 +130,43 @@ Reading Interpret(const std::string& path, const std::string& text) {
     return reading;
 }
 
-std::optional<std::string> RuntimeDirectory() {
-    const char* directory = std::getenv("XDG_RUNTIME_DIR");
-    return directory != nullptr && directory[0] == '/' ? std::optional<std::string>(directory) : std::nullopt;
+Problem NoRuntimeDirectory(const char* value) {
+    const std::string found = value == nullptr || value[0] == '\0' ? "is not set" : "is not absolute: " + Quoted(value);
+    return {"XDG_RUNTIME_DIR " + found,
+            "XDG_RUNTIME_DIR " + found + " (a login session sets it): no setting below memory/ can be used"};
 }
 
 Problem Unwritten(const std::string& key, const std::string& path, const std::string& why) {
     return {"set " + key, path + ": cannot write: " + why + "; the setting keeps its value"};
 }
 
-bool MakeDirectoryOf(const std::string& path) {
-    return g_mkdir_with_parents(path.substr(0, path.rfind('/')).c_str(), kDirectoryMode) == 0;
+// Empty, or why the file could not be replaced; gone says that its directory vanished meanwhile.
+std::string ReplaceOnce(const std::string& path, const std::string& text, GFileSetContentsFlags flags, bool& gone) {
+    if (g_mkdir_with_parents(path.substr(0, path.rfind('/')).c_str(), kDirectoryMode) != 0) {
+        gone = errno == ENOENT;
+        return std::string("its directory cannot be made: ") + g_strerror(errno);
+    }
+    GError* error = nullptr;
+    g_file_set_contents_full(path.c_str(), text.data(), static_cast<gssize>(text.size()), flags, kFileMode, &error);
+    const std::string why = error == nullptr ? "" : error->message;
+    gone = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) != FALSE;
+    g_clear_error(&error);
+    return why;
 }
 
-// Empty, or why the file could not be replaced.
 std::string Replace(const std::string& path, const std::string& text, GFileSetContentsFlags flags) {
     std::string why;
-    for (int attempt = 0; attempt < kWriteAttempts; ++attempt) {
-        if (!MakeDirectoryOf(path)) {
-            return std::string("its directory cannot be made: ") + g_strerror(errno);
-        }
-        GError* error = nullptr;
-        if (g_file_set_contents_full(path.c_str(), text.data(), static_cast<gssize>(text.size()), flags, kFileMode,
-                                     &error)) {
-            return {};
-        }
-        const bool directoryGone = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) != FALSE;
-        why = error->message;
-        g_error_free(error);
-        if (!directoryGone) {
-            break;
-        }
+    bool gone = true;
+    for (int attempt = 0; attempt < kWriteAttempts && gone; ++attempt) {
+        why = ReplaceOnce(path, text, flags, gone);
     }
     return why;
+}
+
+// Without CONSISTENT the file would be written in place: for a moment half new, and never made shorter.
+GFileSetContentsFlags FlagsFor(const std::string& key) {
+    const int durable = StartsWith(key, "db/") ? G_FILE_SET_CONTENTS_DURABLE : 0;
+    return static_cast<GFileSetContentsFlags>(G_FILE_SET_CONTENTS_CONSISTENT | durable);
 }
 
 // Empty, or why the value cannot be stored at all.
@@ -183,13 +187,11 @@ std::variant<std::string, Problem> LocateKey(const std::string& key) {
     if (!StartsWith(key, "memory/")) {
         return BaseDirectory("XDG_STATE_HOME", ".local/state") + "/quorvex/" + key;
     }
-    const std::optional<std::string> runtime = RuntimeDirectory();
-    if (!runtime) {
-        return Problem{"XDG_RUNTIME_DIR",
-                       "XDG_RUNTIME_DIR names no absolute directory (a login session sets it): "
-                       "no setting below memory/ can be read, written or watched"};
+    const char* const runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime == nullptr || runtime[0] != '/') {
+        return NoRuntimeDirectory(runtime);
     }
-    return *runtime + "/quorvex/" + key;
+    return std::string(runtime) + "/quorvex/" + key;
 }
 
 Reading ReadKey(const std::string& key) {
@@ -229,9 +231,7 @@ std::optional<Problem> WriteKey(const std::string& key, const Value& value) {
     const std::string& path = std::get<std::string>(place);
     std::string why = Unstorable(value);
     if (why.empty()) {
-        const bool durable = StartsWith(key, "db/");
-        why = Replace(path, FormatValue(value) + '\n',
-                      durable ? G_FILE_SET_CONTENTS_DURABLE : G_FILE_SET_CONTENTS_CONSISTENT);
+        why = Replace(path, FormatValue(value) + '\n', FlagsFor(key));
     }
     return why.empty() ? std::nullopt : std::optional<Problem>(Unwritten(key, path, why));
 }

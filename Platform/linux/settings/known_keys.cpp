@@ -7,7 +7,7 @@
 
 const std::array<KnownKey, 7> kKnownKeys{{
     {"memory/accessory/playnest_status", KeyType::kInt,
-     "game hub: 0 not there, 1 there, 2 and others a cloud game runs; 1000 asks for a long press of Home"},
+     "game hub: 0 not there, 1 no cloud game runs, others one does; 1000 asks for a long press of Home"},
     {"memory/accessory/gamepad_active", KeyType::kInt, "grows while a pad is in use; written by the service"},
     {"memory/accessory/downloadable_runtitle", KeyType::kString, "titles of the applications that can be fetched"},
     {"memory/window_system/screensaver_on_off", KeyType::kBool, "true while the screen saver shows"},

@@ -54,7 +54,7 @@ std::optional<T> As(const std::string& where, const Value& value) {
         return *wanted;
     }
     TheComplaints().Tell({about, where + ": " + ExampleOf<T>() + " is expected, not " + Quoted(FormatValue(value)) +
-                                     "; the setting counts as unset"});
+                                     "; it is not used"});
     return std::nullopt;
 }
 

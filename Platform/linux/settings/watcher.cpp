@@ -48,7 +48,7 @@ std::optional<Problem> Watcher::Add(const std::string& key, vconf_callback_fn ca
         return *problem;
     }
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto [entry, added] = keys_.try_emplace(key, Key{std::get<std::string>(place), {}, {}});
+    const auto [entry, added] = keys_.try_emplace(key, Key{std::get<std::string>(place), {}, false, {}});
     auto& watches = entry->second.watches;
     const auto same = [&](const auto& watch) { return watch->callback == callback; };
     if (std::any_of(watches.begin(), watches.end(), same)) {
@@ -162,26 +162,29 @@ bool Watcher::ArmPathLocked(const std::string& path, std::set<int>& armed) {
     return true;
 }
 
-// True if something happened on the way to a watched key. Events without a name (a directory itself went, the queue ran
-// over) concern every key. One read only: if there is more, the loop comes back, and other sources get their turn.
-bool Watcher::DrainLocked() {
+// Marks the keys on whose way something happened. One read only: if there is more, the loop comes back, and other
+// sources get their turn.
+void Watcher::DrainLocked() {
     std::array<char, 4096> buffer;
     const ssize_t size = read(fd_, buffer.data(), buffer.size());
-    bool concerned = false;
     for (ssize_t at = 0; at < size;) {
         inotify_event event{};
         std::memcpy(&event, &buffer[static_cast<size_t>(at)], sizeof event);
         at += static_cast<ssize_t>(sizeof event);
         const char* const name = event.len > 0 ? &buffer[static_cast<size_t>(at)] : nullptr;
-        const bool ours = (event.mask & IN_IGNORED) == 0 && (name == nullptr || ConcernsLocked(name));
-        concerned = concerned || ours;
         at += event.len;
+        if ((event.mask & IN_IGNORED) == 0) {
+            MarkLocked(name);
+        }
     }
-    return concerned;
 }
 
-bool Watcher::ConcernsLocked(const char* name) const {
-    return std::any_of(keys_.begin(), keys_.end(), [&](const auto& key) { return IsPartOf(key.second.path, name); });
+// An event without a name (a directory itself went, the queue ran over) concerns every key. Only these are read again:
+// another one may be half written at this moment.
+void Watcher::MarkLocked(const char* name) {
+    for (auto& [key, entry] : keys_) {
+        entry.stale = entry.stale || name == nullptr || IsPartOf(entry.path, name);
+    }
 }
 
 // A file that cannot be read leaves the last value standing. An empty one is not even told: a shell's `>` empties the
@@ -200,14 +203,15 @@ bool Watcher::RefreshLocked(Key& key) {
 
 Watcher::Calls Watcher::CollectLocked() {
     Calls calls;
-    if (fd_ < 0 || !DrainLocked()) {
+    DrainLocked();
+    if (std::none_of(keys_.begin(), keys_.end(), [](const auto& key) { return key.second.stale; })) {
         return calls;
     }
     if (const std::optional<Problem> problem = ArmLocked()) {
         observer_({problem->about, {}, problem});
     }
     for (auto& [name, key] : keys_) {
-        if (RefreshLocked(key)) {
+        if (std::exchange(key.stale, false) && RefreshLocked(key)) {
             for (const auto& watch : key.watches) {
                 calls.emplace_back(watch, keynode_t{name, key.last});
             }

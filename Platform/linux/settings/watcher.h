@@ -58,6 +58,7 @@ private:
     struct Key {
         std::string path;
         std::optional<Value> last;  // as last read without a problem
+        bool stale = false;         // something happened to the file or to a directory above it
         std::vector<std::shared_ptr<Watch>> watches;
     };
     using Calls = std::vector<std::pair<std::shared_ptr<Watch>, keynode_t>>;
@@ -70,8 +71,8 @@ private:
     void StopLocked();
     std::optional<Problem> ArmLocked();
     bool ArmPathLocked(const std::string& path, std::set<int>& armed);
-    bool DrainLocked();
-    bool ConcernsLocked(const char* name) const;
+    void DrainLocked();
+    void MarkLocked(const char* name);
     bool RefreshLocked(Key& key);
     Calls CollectLocked();
     std::shared_ptr<Watch> TakeLocked(const std::string& key, vconf_callback_fn callback);
