@@ -33,6 +33,7 @@ ServiceProcess::~ServiceProcess() {
 }
 
 void ServiceProcess::Run() {
+    pthread_setname_np(pthread_self(), "quorvex");
     const int status = quorvex_main();
     const auto lock = platform_.Lock();
     status_ = status;

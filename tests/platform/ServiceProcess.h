@@ -10,7 +10,7 @@
 
 #include "FakePlatform.h"
 
-/// The whole program on a thread of its own, which then owns the default main context.
+/// The whole program on a thread of its own, "quorvex", which then owns the default main context.
 ///
 /// Make it after the double; one at a time. The process globals start fresh, and SIGTERM and SIGUSR1 get back the
 /// handlers that they had. The error messages that belong to an orderly shutdown are announced by the constructor.
