@@ -95,14 +95,14 @@ const Log& TheLog() {
     return log;
 }
 
-// The text's size in the buffer. A text that does not fit is cut again, with a mark, where it meets the line's prefix.
-size_t Format(char* buffer, size_t size, const char* format, va_list arguments) {
-    const int length = std::vsnprintf(buffer, size, format, arguments);
-    if (length < 0) {
+// What vsnprintf made of the message: how much of it is in the buffer, or the bare format where it made nothing. A text
+// that was cut by the buffer is cut again, with a mark, where its line is put together.
+size_t TextLength(int formatted, char* buffer, size_t size, const char* format) {
+    if (formatted < 0) {
         std::snprintf(buffer, size, "(cannot be formatted) %s", format);
         return std::strlen(buffer);
     }
-    return std::min(static_cast<size_t>(length), size - 1);
+    return std::min(static_cast<size_t>(formatted), size - 1);
 }
 
 }  // namespace
@@ -116,8 +116,9 @@ int __dlog_print(log_id_t log_id, int priority, const char* tag, const char* for
     char message[LogText::kCapacity];
     va_list arguments;
     va_start(arguments, format);
-    const size_t length = Format(message, sizeof message, format, arguments);
+    const int formatted = std::vsnprintf(message, sizeof message, format, arguments);
     va_end(arguments);
+    const size_t length = TextLength(formatted, message, sizeof message, format);
     const int result = Write(log, log_id, priority, tag == nullptr ? kOwnTag : tag, message, length);
     errno = callersErrno;
     return result;

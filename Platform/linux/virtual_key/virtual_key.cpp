@@ -26,7 +26,7 @@ VirtualKeyboard* keyboard = nullptr;
 bool ShallPrint() {
     const char* setting = std::getenv("QUORVEX_KEYS");
     const std::string_view word = setting == nullptr ? "" : setting;
-    if (word != "" && word != "print" && word != "uinput") {
+    if (!word.empty() && word != "print" && word != "uinput") {
         __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD",
                      "virtual_key: QUORVEX_KEYS=%s is none of print, uinput: keys go to %s", setting, kUinput);
     }

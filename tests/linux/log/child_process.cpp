@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -107,4 +108,14 @@ ChildOutput RunInChild(const Environment& environment, const std::function<void(
         }
     }
     return output;
+}
+
+void RunThreads(int count, const std::function<void(int)>& body) {
+    std::vector<std::thread> threads(static_cast<size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        threads[static_cast<size_t>(i)] = std::thread(body, i);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }

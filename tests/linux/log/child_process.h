@@ -19,3 +19,6 @@ struct ChildOutput {
 /// A child that is not done after ten seconds is killed, which shows in its status. The caller has one thread only.
 using Environment = std::map<std::string, std::string>;
 ChildOutput RunInChild(const Environment& environment, const std::function<void()>& body);
+
+/// Runs body(0) to body(count - 1) at the same time, each on a thread of its own, and waits for all of them.
+void RunThreads(int count, const std::function<void(int)>& body);

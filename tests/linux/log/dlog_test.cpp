@@ -10,7 +10,6 @@
 #include <array>
 #include <cerrno>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "child_process.h"
@@ -18,8 +17,6 @@
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 const Environment kEverything = {{"QUORVEX_LOG", "debug"}, {"JOURNAL_STREAM", ""}};
@@ -166,15 +163,7 @@ void LogFromThread(int thread) {
 }
 
 TEST(ManyThreads, MayAllLogFirst) {
-    const ChildOutput output = RunInChild({{"QUORVEX_LOG", "info"}}, [] {
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 8; ++thread) {
-            threads.emplace_back(LogFromThread, thread);
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-    });
+    const ChildOutput output = RunInChild({{"QUORVEX_LOG", "info"}}, [] { RunThreads(8, LogFromThread); });
     EXPECT_EQ(output.status, 0);
     std::vector<int> next(8, 0);
     for (const std::string& line : output.ErrLines()) {

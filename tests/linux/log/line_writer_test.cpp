@@ -10,7 +10,6 @@
 #include <cerrno>
 #include <chrono>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "child_process.h"
@@ -142,13 +141,7 @@ void WriteLines(LineWriter& writer, int thread) {
 TEST(SeveralThreads, WriteEachLineWholeAndInTheirOrder) {
     const ChildOutput output = RunInChild({}, [] {
         LineWriter writer(STDERR_FILENO);
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < 8; ++thread) {
-            threads.emplace_back(WriteLines, std::ref(writer), thread);
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        RunThreads(8, [&writer](int thread) { WriteLines(writer, thread); });
     });
     EXPECT_EQ(output.status, 0);
     std::vector<int> next(8, 0);

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "child_process.h"
@@ -67,13 +66,7 @@ TEST(TheDirectories, StayWhereTheyAreInMemoryAndText) {
 TEST(TheDirectories, MayBeAskedForByAllThreadsAtOnce) {
     const ChildOutput output = RunInChild({{"XDG_CONFIG_HOME", "/config"}}, [] {
         std::vector<const char*> answers(8);
-        std::vector<std::thread> threads;
-        for (const char*& answer : answers) {
-            threads.emplace_back([&answer] { answer = tzplatform_getenv(77); });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        RunThreads(8, [&](int thread) { answers[static_cast<size_t>(thread)] = tzplatform_getenv(77); });
         EXPECT_EQ(answers, std::vector<const char*>(8, tzplatform_getenv(77)));
     });
     EXPECT_EQ(output.status, 0) << output.out;

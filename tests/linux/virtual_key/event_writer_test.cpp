@@ -96,26 +96,28 @@ TEST_F(AnEventWriter, IsNotDisturbedBySignals) {
     action.sa_handler = OnAlarm;  // without SA_RESTART
     sigaction(SIGALRM, &action, &before);
     const itimerval often{{0, 200}, {0, 200}};
+    constexpr int kKeys = 2000;
+    constexpr size_t kEvents = size_t{4} * kKeys;
     size_t read = 0;
     sigset_t all;
     sigset_t none;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &none);  // inherited by the reader, so that each signal comes to the writer
     std::thread reader([this, &read] {
-        while (read < 4 * 2000) {
+        while (read < kEvents) {
             read += ReadWhatIsThere().size();
         }
     });
     pthread_sigmask(SIG_SETMASK, &none, nullptr);
     setitimer(ITIMER_REAL, &often, nullptr);
-    for (int i = 0; i < 2000; ++i) {
+    for (int i = 0; i < kKeys; ++i) {
         EXPECT_EQ(EventWriter(ends_[1]).Send(36, KEY_ACTION_AUTO_PRESS_RELEASE), 0);
     }
     reader.join();
     const itimerval never{};
     setitimer(ITIMER_REAL, &never, nullptr);
     sigaction(SIGALRM, &before, nullptr);
-    EXPECT_EQ(read, 4u * 2000u);
+    EXPECT_EQ(read, kEvents);
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <map>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "child_process.h"
@@ -16,7 +15,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 const Environment kPrinting = {{"QUORVEX_KEYS", "print"}, {"QUORVEX_LOG", "error"}, {"JOURNAL_STREAM", ""}};
 
@@ -146,13 +144,7 @@ TEST(SeveralThreads, SendEachKeyWholeAndInOrder) {
     const std::vector<int> codes = {36, 9, 148, 74};
     const ChildOutput output = RunInChild(kPrinting, [&] {
         VirtualKey_Initialize("x");
-        std::vector<std::thread> threads;
-        for (const int code : codes) {
-            threads.emplace_back(Hammer, code);
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
+        RunThreads(static_cast<int>(codes.size()), [&](int thread) { Hammer(codes[static_cast<size_t>(thread)]); });
         VirtualKey_Finalize();
     });
     EXPECT_EQ(output.status, 0);
@@ -166,21 +158,16 @@ TEST(SeveralThreads, SendEachKeyWholeAndInOrder) {
     }
 }
 
+void ComeAndGo() {
+    for (int life = 0; life < 100; ++life) {
+        VirtualKey_Initialize("x");
+        VirtualKey_Finalize();
+    }
+}
+
 TEST(SeveralThreads, MaySendWhileTheRemoteComesAndGoes) {
-    Environment quiet = kPrinting;
-    const ChildOutput output = RunInChild(quiet, [] {
-        std::vector<std::thread> threads;
-        for (const int code : {36, 9, 148}) {
-            threads.emplace_back(Hammer, code);
-        }
-        for (int life = 0; life < 100; ++life) {
-            VirtualKey_Initialize("x");
-            VirtualKey_Finalize();
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-    });
+    const ChildOutput output = RunInChild(
+        kPrinting, [] { RunThreads(4, [](int thread) { thread == 0 ? ComeAndGo() : Hammer(36 + thread * 37); }); });
     EXPECT_EQ(output.status, 0);
     std::map<std::string, int> down;  // per key: at most one press ahead of its releases
     for (const std::string& line : output.OutLines()) {
