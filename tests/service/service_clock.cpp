@@ -1,0 +1,168 @@
+#include "service_clock.h"
+
+#include <pthread.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+extern "C" {
+int __real_gettimeofday(timeval* now, void* zone);
+int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline);
+int __real_usleep(useconds_t time);
+int __wrap_gettimeofday(timeval* now, void* zone);
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline);
+int __wrap_usleep(useconds_t time);
+}
+
+namespace {
+
+using Microseconds = ServiceClock::Microseconds;
+
+constexpr char kCombinationThread[] = "CombinedHandle-";
+constexpr useconds_t kShortPauseUs = 1000;
+
+std::atomic<ServiceClock*> current{nullptr};
+
+std::string ThreadName() {
+    char name[16] = {};
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    return name;
+}
+
+ServiceClock* StandingClock() {
+    ServiceClock* const clock = current;
+    return clock != nullptr && clock->Stands() ? clock : nullptr;
+}
+
+Microseconds RealNow() {
+    timeval now{};
+    __real_gettimeofday(&now, nullptr);
+    return std::chrono::seconds(now.tv_sec) + Microseconds(now.tv_usec);
+}
+
+Microseconds FromTimespec(const timespec& time) {
+    return std::chrono::seconds(time.tv_sec) + Microseconds(time.tv_nsec / 1000);
+}
+
+/// Waits for the signal, but not long: the clock is looked at in between.
+int WaitShortly(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+    const Microseconds until = RealNow() + Microseconds(kShortPauseUs);
+    const timespec deadline = {until.count() / 1000000, until.count() % 1000000 * 1000};
+    return __real_pthread_cond_timedwait(condition, mutex, &deadline);
+}
+
+}  // namespace
+
+ServiceClock::ServiceClock() : now_(RealNow()) {
+    if (current.exchange(this) != nullptr) {
+        fprintf(stderr, "ServiceClock: there is one already\n");
+        abort();
+    }
+}
+
+ServiceClock::~ServiceClock() {
+    LetRun();
+    current = nullptr;
+}
+
+void ServiceClock::Advance(Milliseconds time) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    now_ += time;
+    changed_.notify_all();
+}
+
+void ServiceClock::LetRun() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    stands_ = false;
+    changed_.notify_all();
+}
+
+int ServiceClock::Naps(const std::string& thread) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = naps_.find(thread);
+    return found == naps_.end() ? 0 : found->second;
+}
+
+bool ServiceClock::WaitForNap(const std::string& thread, int nap) const {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, kSoon, [&] {
+        const auto found = naps_.find(thread);
+        return found != naps_.end() && found->second >= nap;
+    });
+}
+
+bool ServiceClock::AdvanceToNextNap(const std::string& thread, Milliseconds time) {
+    const int naps = Naps(thread);
+    Advance(time);
+    return WaitForNap(thread, naps + 1);
+}
+
+bool ServiceClock::Stands() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return stands_;
+}
+
+Microseconds ServiceClock::Now() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return now_;
+}
+
+void ServiceClock::NoteNap() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++naps_[ThreadName()];
+    changed_.notify_all();
+}
+
+void ServiceClock::SleepUntil(Microseconds time) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return now_ >= time || !stands_; });
+}
+
+int __wrap_gettimeofday(timeval* now, void* zone) {
+    const ServiceClock* const clock = StandingClock();
+    if (clock == nullptr) {
+        return __real_gettimeofday(now, zone);
+    }
+    const Microseconds time = clock->Now();
+    *now = {time.count() / 1000000, time.count() % 1000000};
+    return 0;
+}
+
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline) {
+    ServiceClock* clock = StandingClock();
+    if (clock == nullptr) {
+        return __real_pthread_cond_timedwait(condition, mutex, deadline);
+    }
+    clock->NoteNap();
+    for (; clock != nullptr; clock = StandingClock()) {
+        if (clock->Now() >= FromTimespec(*deadline)) {
+            return ETIMEDOUT;
+        }
+        const int result = WaitShortly(condition, mutex);
+        if (result != ETIMEDOUT) {
+            return result;
+        }
+    }
+    return 0;  // the clock runs again: a wake-up without a reason, after which the waiter reads the time anew
+}
+
+int __wrap_usleep(useconds_t time) {
+    ServiceClock* const clock = StandingClock();
+    if (current == nullptr) {
+        return __real_usleep(time);
+    }
+    if (clock == nullptr || ThreadName() != kCombinationThread) {
+        const bool measures = ThreadName() == kCombinationThread;
+        return __real_usleep(measures ? time : std::min(time, kShortPauseUs));
+    }
+    const Microseconds until = clock->Now() + Microseconds(time);
+    clock->NoteNap();
+    clock->SleepUntil(until);
+    return 0;
+}
