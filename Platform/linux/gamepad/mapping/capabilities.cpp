@@ -25,6 +25,16 @@ bool IsHatCode(std::uint16_t code) {
     return code >= ABS_HAT0X && code <= ABS_HAT3Y;
 }
 
+// The first firmware of the Xbox Elite Series 2 reports each input twice, under the version number of the later ones;
+// the mappings know it under one that no pad has.
+constexpr std::uint16_t kElite = 0x0903;
+constexpr std::uint16_t kEliteWithEveryInputTwice = 0x0902;
+
+bool HasEveryInputTwice(const DeviceId& id, const libevdev* device) {
+    return id.vendor == 0x045e && id.product == 0x0b05 && id.version == kElite &&
+           libevdev_has_event_code(device, EV_KEY, BTN_TRIGGER_HAPPY1) != 0;
+}
+
 std::uint16_t HatOf(std::uint16_t code) {
     return static_cast<std::uint16_t>(code - (code - ABS_HAT0X) % 2);
 }
@@ -33,9 +43,13 @@ std::uint16_t HatOf(std::uint16_t code) {
 
 DeviceId IdOf(const libevdev* device) {
     const auto number = [](int value) { return static_cast<std::uint16_t>(value); };
-    return {number(libevdev_get_id_bustype(device)), number(libevdev_get_id_vendor(device)),
-            number(libevdev_get_id_product(device)), number(libevdev_get_id_version(device)),
-            libevdev_get_name(device)};
+    DeviceId id{number(libevdev_get_id_bustype(device)), number(libevdev_get_id_vendor(device)),
+                number(libevdev_get_id_product(device)), number(libevdev_get_id_version(device)),
+                libevdev_get_name(device)};
+    if (HasEveryInputTwice(id, device)) {
+        id.version = kEliteWithEveryInputTwice;
+    }
+    return id;
 }
 
 Capabilities CapabilitiesOf(const libevdev* device) {

@@ -156,12 +156,13 @@ private:
         }
     }
 
+    // The version weighs more than the checksum, and no checksum more than another one: names change with drivers.
     int RankOf(const Mapping& mapping) const {
-        const bool sameDevice = mapping.guid.WithoutVersion() == guid_.WithoutVersion();
-        if (!sameDevice || (mapping.checksum && *mapping.checksum != checksum_)) {
+        if (!(mapping.guid.WithoutVersion() == guid_.WithoutVersion())) {
             return 0;
         }
-        return 1 + (mapping.checksum ? 1 : 0) + (mapping.guid == guid_ ? 2 : 0);
+        const int checksumRank = !mapping.checksum ? 2 : *mapping.checksum == checksum_ ? 3 : 1;
+        return checksumRank + (mapping.guid == guid_ ? 3 : 0);
     }
 
     const Guid guid_;

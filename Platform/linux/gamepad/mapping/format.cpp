@@ -205,9 +205,10 @@ void AddBinding(std::string_view text, Line& line) {
     }
     const auto target = ParseTarget(field.name);
     const auto source = ParseSource(field.value);
+    const bool isNotOnThePad = target && text.find(':') != std::string_view::npos && field.value.empty();
     if (target && source) {
         line.mapping->bindings.push_back({target->first, target->second, *source});
-    } else if (line.problem.empty()) {
+    } else if (!isNotOnThePad && line.problem.empty()) {
         line.problem = Quoted(text) + " is not understood; this field is ignored";
     }
 }

@@ -4,7 +4,7 @@
 ///         leftx lefty rightx righty lefttrigger righttrigger misc1 paddle1 .. paddle4 touchpad; "+leftx" and "-leftx"
 ///         are the halves of an axis
 /// source  bN button, aN axis, +aN and -aN half an axis, aN~ the same reversed, hN.M hat N with the sum M of
-///         1 up, 2 right, 4 down, 8 left
+///         1 up, 2 right, 4 down, 8 left; nothing for what the pad does not have
 /// and further fields: platform:Linux, crc:1a2b, hint:NAME:=1.
 #pragma once
 

@@ -1,6 +1,8 @@
 #include "gamepad/mapping/guid.h"
 
 #include <algorithm>
+#include <cctype>
+#include <string>
 
 namespace mapping {
 namespace {
@@ -16,6 +18,44 @@ constexpr std::size_t kNameLength = 11;  // a terminating zero is the 12th byte
 void Put(Guid& guid, std::size_t at, std::uint16_t word) {
     guid.bytes[at] = static_cast<std::uint8_t>(word & 0xff);
     guid.bytes[at + 1] = static_cast<std::uint8_t>(word >> 8);
+}
+
+std::string WithoutSuperfluousSpaces(std::string_view name) {
+    std::string tidied;
+    for (const char c : name) {
+        const bool superfluous = c == ' ' && (tidied.empty() || tidied.back() == ' ');
+        if (!superfluous) {
+            tidied += c;
+        }
+    }
+    if (!tidied.empty() && tidied.back() == ' ') {
+        tidied.pop_back();
+    }
+    return tidied;
+}
+
+// How much of the name stands again at this place, in whole words; 0: nothing.
+std::size_t LengthRepeated(const std::string& name, std::size_t at) {
+    const auto same = [](char a, char b) {
+        return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+    };
+    const auto place = name.begin() + static_cast<std::ptrdiff_t>(at);
+    auto length = static_cast<std::size_t>(std::mismatch(place, name.end(), name.begin(), same).first - place);
+    while (length > 0 && name[length] != ' ' && name[length] != '-') {
+        --length;
+    }
+    return length;
+}
+
+// Mappings are made with names from whose front a maker's name was taken off once when it comes again.
+std::string Tidied(std::string_view text) {
+    std::string name = WithoutSuperfluousSpaces(text);
+    for (std::size_t at = 1; at + 1 < name.size(); ++at) {
+        if (const std::size_t length = LengthRepeated(name, at); length > 0) {
+            return name.substr(length + 1);
+        }
+    }
+    return name;
 }
 
 int HexDigit(char digit) {
@@ -52,7 +92,8 @@ Guid Guid::Of(const DeviceId& id) {
         Put(guid, kProduct, id.product);
         Put(guid, kVersion, id.version);
     } else {
-        std::copy_n(id.name.begin(), std::min(id.name.size(), kNameLength), guid.bytes.begin() + kVendor);
+        const std::string name = Tidied(id.name);
+        std::copy_n(name.begin(), std::min(name.size(), kNameLength), guid.bytes.begin() + kVendor);
     }
     return guid;
 }
@@ -83,7 +124,7 @@ std::uint16_t Guid::Word(std::size_t at) const {
 
 std::uint16_t NameChecksum(std::string_view name) {
     unsigned crc = 0;
-    for (const char c : name) {
+    for (const char c : Tidied(name)) {
         crc ^= static_cast<std::uint8_t>(c);
         for (int bit = 0; bit < 8; ++bit) {
             crc = (crc & 1) != 0 ? (crc >> 1) ^ 0xa001 : crc >> 1;

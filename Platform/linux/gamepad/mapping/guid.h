@@ -28,7 +28,8 @@ private:
     std::uint16_t Word(std::size_t at) const;
 };
 
-/// CRC-16 (polynomial 0x8005, reflected) of a device's name, as mappings state it.
+/// CRC-16 (polynomial 0x8005, reflected) of a device's name, as mappings state it. In both uses the name counts without
+/// superfluous spaces and without first words that come again.
 std::uint16_t NameChecksum(std::string_view name);
 
 }  // namespace mapping

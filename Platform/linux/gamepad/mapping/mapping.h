@@ -135,8 +135,8 @@ class Database {
 public:
     explicit Database(Sources sources = Sources::OfThisUser());
 
-    /// The mapping that fits best: same version before any version, a matching name checksum before none; the later
-    /// source among equals. nullopt: unknown pad.
+    /// The mapping that fits best: the same version before any version, then the same name checksum before none before
+    /// another one; the later source among equals. nullopt: unknown pad.
     std::optional<Mapping> Find(const DeviceId& id);
 
     /// Find for an open device, compiled for what it can do.

@@ -33,12 +33,18 @@ std::string Escaped(const std::string& text) {
     return result;
 }
 
+// One named "*" stands for whatever SDL drives without the kernel.
+bool IsOfLinuxPad(const std::string& mapping) {
+    return mapping.find("platform:Linux") != std::string::npos && mapping.find(",*,") == std::string::npos;
+}
+
 int WriteMappings(std::ostream& out) {
     int written = 0;
     for (int i = 0; i < SDL_GameControllerNumMappings(); ++i) {
-        const std::unique_ptr<char, decltype(&SDL_free)> mapping(SDL_GameControllerMappingForIndex(i), SDL_free);
-        if (mapping && std::string(mapping.get()).find("platform:Linux") != std::string::npos) {
-            out << "    \"" << Escaped(Shortened(mapping.get())) << "\\n\"\n";
+        const std::unique_ptr<char, decltype(&SDL_free)> text(SDL_GameControllerMappingForIndex(i), SDL_free);
+        const std::string mapping = text ? text.get() : "";
+        if (IsOfLinuxPad(mapping)) {
+            out << "    \"" << Escaped(Shortened(mapping)) << "\\n\"\n";
             ++written;
         }
     }
