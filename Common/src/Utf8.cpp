@@ -27,6 +27,11 @@ struct Position {
     long iColumn = 1;
 };
 
+// The decoder lets the halves of surrogate pairs (U+D800 to U+DFFF, ED A0 80 to ED BF BF) through; they are no UTF-8.
+bool IsSurrogate(char lead, char next) {
+    return static_cast<unsigned char>(lead) == 0xED && static_cast<unsigned char>(next) >= 0xA0;
+}
+
 // Returns the end of the valid text; everything from there on is either broken or a character cut by the block's end.
 const char* DecodeBlock(const char* from, const char* to) {
     const auto& decoder = std::use_facet<Decoder>(std::locale::classic());
@@ -35,7 +40,7 @@ const char* DecodeBlock(const char* from, const char* to) {
     const char* validEnd = from;
     std::mbstate_t state = {};
     decoder.in(state, from, to, validEnd, characters, std::end(characters), charactersEnd);
-    return validEnd;
+    return std::adjacent_find(from, validEnd, IsSurrogate);
 }
 
 }  // namespace
