@@ -15,9 +15,13 @@ constexpr int kMostFlat = 8;
 constexpr int kLeastFuzz = 64;
 constexpr int kMostFuzz = 16;
 
-int Limited(int value, int range, int least, int most) { return std::clamp(value, range / least, range / most); }
+int Limited(int value, int range, int least, int most) {
+    return std::clamp(value, range / least, range / most);
+}
 
-int HalfWay(int centre, int end) { return centre + (end - centre) / 2; }
+int HalfWay(int centre, int end) {
+    return centre + (end - centre) / 2;
+}
 
 }  // namespace
 
@@ -28,7 +32,11 @@ std::optional<AxisSpec> SpecOf(std::uint16_t code, const input_absinfo& announce
     if (minimum == maximum) {
         return std::nullopt;
     }
-    return AxisSpec{code, minimum, maximum, std::max(announced.fuzz, 0), std::max(announced.flat, 0),
+    return AxisSpec{code,
+                    minimum,
+                    maximum,
+                    std::max(announced.fuzz, 0),
+                    std::max(announced.flat, 0),
                     std::clamp(announced.value, minimum, maximum)};
 }
 
@@ -44,7 +52,8 @@ Zone Axis::ZoneOf(int position) const {
 int Axis::Snapped(int position) const {
     const int inside = std::clamp(position, spec_.minimum, spec_.maximum);
     const long long range = static_cast<long long>(spec_.maximum) - spec_.minimum;
-    const int flat = Limited(spec_.flat, static_cast<int>(std::min<long long>(range, kFarthest)), kLeastFlat, kMostFlat);
+    const int flat =
+        Limited(spec_.flat, static_cast<int>(std::min<long long>(range, kFarthest)), kLeastFlat, kMostFlat);
     return std::abs(inside - centre_) <= flat ? centre_ : inside;
 }
 

@@ -9,11 +9,15 @@
 namespace gamepad {
 namespace {
 
-bool StartsWith(const std::string& text, const std::string& start) { return text.compare(0, start.size(), start) == 0; }
+bool StartsWith(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
 
 }  // namespace
 
-bool IsEventNode(const std::string& path) { return StartsWith(path, std::string(kNodeFolder) + "/event"); }
+bool IsEventNode(const std::string& path) {
+    return StartsWith(path, std::string(kNodeFolder) + "/event");
+}
 
 std::vector<std::string> EventNodes() {
     std::vector<std::string> nodes;

@@ -15,7 +15,9 @@ std::uint64_t Microseconds(const input_event& event) {
            static_cast<std::uint64_t>(event.input_event_usec);
 }
 
-bool IsStickAxis(int axis) { return axis == ABS_X || axis == ABS_Y || axis == ABS_RX || axis == ABS_RY; }
+bool IsStickAxis(int axis) {
+    return axis == ABS_X || axis == ABS_Y || axis == ABS_RX || axis == ABS_RY;
+}
 
 }  // namespace
 
@@ -100,8 +102,7 @@ std::optional<Device::Limits> Device::LimitsOf(int axis) const {
     }
     const auto found = std::find_if(axes_.begin(), axes_.end(),
                                     [axis](const Axis& candidate) { return candidate.Spec().code == axis; });
-    return found == axes_.end() ? std::nullopt
-                                : std::optional<Limits>({found->Spec().maximum, found->Spec().minimum});
+    return found == axes_.end() ? std::nullopt : std::optional<Limits>({found->Spec().maximum, found->Spec().minimum});
 }
 
 }  // namespace gamepad

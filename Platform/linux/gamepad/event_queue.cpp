@@ -127,7 +127,8 @@ bool EventQueue::DropSupersededPosition() {
 }
 
 /// Presses and releases of one button alternate, so a button's entry goes together with the next one: what remains
-/// still alternates and ends in the same state. A pad has fewer buttons and axes than there are places, so one is found.
+/// still alternates and ends in the same state. A pad has fewer buttons and axes than there are places, so one is
+/// found.
 void EventQueue::DropOvertakenStep() {
     for (int i = 0; i < size_; ++i) {
         const int next = NextLike(i);

@@ -2,7 +2,7 @@
 ///
 /// Steps (buttons, the directional pad) are kept one by one. Between two steps the positions of an axis are merged: its
 /// first position beyond half of the range in each direction and its last position stay, in order, so that a flick of
-/// the stick is still seen; the way back between two flicks stays as long as there is room. A reader that takes few
+/// the stick is still seen; the position before a flick stays as long as there is room. A reader that takes few
 /// events now and then still meets a button soon after it was pressed, however much the sticks move.
 ///
 /// Only when steps come faster than they are taken are older ones merged: positions across steps first, then a press
@@ -23,9 +23,9 @@ enum class AxisRole : std::uint8_t { Stick, Other };
 
 class EventQueue {
 public:
-    static constexpr int kCapacity = 256;  // 0.8 s of steps for a reader that takes 16 each 50 ms
-    static constexpr int kMostMerged = 64; // beyond this, positions are merged across steps too
-    static constexpr int kBatch = 16;      // what one pass of the service takes
+    static constexpr int kCapacity = 256;   // 0.8 s of steps for a reader that takes 16 each 50 ms
+    static constexpr int kMostMerged = 64;  // beyond this, positions are merged across steps too
+    static constexpr int kBatch = 16;       // what one pass of the service takes
 
     void PushStep(const _gamepad_event_s& event);
     void PushPosition(const _gamepad_event_s& event, Zone zone, AxisRole role);

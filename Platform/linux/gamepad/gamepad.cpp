@@ -39,7 +39,9 @@ Result Guarded(Result failure, Operation operation) {
     }
 }
 
-int Code(bool success) { return success ? 1 : 0; }
+int Code(bool success) {
+    return success ? 1 : 0;
+}
 
 bool Close(Library& library) {
     if (gamepad::HotPlug::IsOwnThread()) {
@@ -108,8 +110,7 @@ int gamepad_get_connected_device_Info(_gamepad_device_info_s* info, unsigned cha
 
 int gamepad_create_device(const char* uid, int* device_id) {
     return Guarded(0, [&](Library& library) {
-        const gamepad::PadPointer pad =
-            uid == nullptr || device_id == nullptr ? nullptr : library.pads.ByUid(uid);
+        const gamepad::PadPointer pad = uid == nullptr || device_id == nullptr ? nullptr : library.pads.ByUid(uid);
         const int id = pad == nullptr ? -1 : library.devices.Open(pad, library.database);
         if (id >= 0) {
             *device_id = id;

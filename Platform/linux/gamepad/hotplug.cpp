@@ -72,9 +72,8 @@ bool HotPlug::OpenSources() {
 
 void HotPlug::OpenMonitor() {
     monitor_.reset(udev_monitor_new_from_netlink(udev_.get(), "udev"));
-    if (monitor_ != nullptr &&
-        (udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), "input", nullptr) < 0 ||
-         udev_monitor_enable_receiving(monitor_.get()) < 0)) {
+    if (monitor_ != nullptr && (udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), "input", nullptr) < 0 ||
+                                udev_monitor_enable_receiving(monitor_.get()) < 0)) {
         monitor_.reset();
     }
 }
@@ -115,7 +114,9 @@ void HotPlug::Wake() const {
     [[maybe_unused]] const ssize_t written = write(wake_.Get(), &one, sizeof one);
 }
 
-bool HotPlug::IsOwnThread() { return t_is_hotplug_thread; }
+bool HotPlug::IsOwnThread() {
+    return t_is_hotplug_thread;
+}
 
 void* HotPlug::Entry(void* self) {
     t_is_hotplug_thread = true;

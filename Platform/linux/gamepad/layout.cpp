@@ -5,13 +5,18 @@
 #include <utility>
 
 #include "gamepad/button_table.h"
+#include "gamepad/pad_identity.h"
 
 namespace gamepad {
 namespace {
 
-bool HasKey(const libevdev* device, unsigned key) { return libevdev_has_event_code(device, EV_KEY, key) == 1; }
+bool HasKey(const libevdev* device, unsigned key) {
+    return libevdev_has_event_code(device, EV_KEY, key) == 1;
+}
 
-bool HasAxis(const libevdev* device, unsigned axis) { return libevdev_has_event_code(device, EV_ABS, axis) == 1; }
+bool HasAxis(const libevdev* device, unsigned axis) {
+    return libevdev_has_event_code(device, EV_ABS, axis) == 1;
+}
 
 std::optional<AxisSpec> SpecIn(const libevdev* device, unsigned code) {
     const input_absinfo* info = libevdev_get_abs_info(device, code);
@@ -22,7 +27,9 @@ mapping::Output ButtonOutput(int number, bool down) {
     return {EV_KEY, static_cast<std::uint16_t>(number), down ? 1 : 0};
 }
 
-mapping::Output AxisOutput(int axis, int position) { return {EV_ABS, static_cast<std::uint16_t>(axis), position}; }
+mapping::Output AxisOutput(int axis, int position) {
+    return {EV_ABS, static_cast<std::uint16_t>(axis), position};
+}
 
 bool IsNumberedThrough(const libevdev* device) {
     return !HasKey(device, BTN_SOUTH) || (HasKey(device, BTN_C) && HasKey(device, BTN_Z));
@@ -70,8 +77,8 @@ void DirectLayout::AddButtons(const libevdev* device) {
 
 /// Pads that only number their buttons mostly follow this order; the first accepts, the second goes back.
 void DirectLayout::AddNumberedButtons(const libevdev* device) {
-    static constexpr std::array<unsigned, 13> kOrder{BTN_SOUTH, BTN_EAST,   BTN_WEST,   BTN_NORTH, BTN_TL,
-                                                     BTN_TR,    BTN_TL2,    BTN_TR2,    BTN_SELECT, BTN_START,
+    static constexpr std::array<unsigned, 13> kOrder{BTN_SOUTH,  BTN_EAST,   BTN_WEST, BTN_NORTH,  BTN_TL,
+                                                     BTN_TR,     BTN_TL2,    BTN_TR2,  BTN_SELECT, BTN_START,
                                                      BTN_THUMBL, BTN_THUMBR, BTN_MODE};
     const auto* next = kOrder.begin();
     for (unsigned key = BTN_JOYSTICK; key < BTN_DIGI && next != kOrder.end(); ++key) {
@@ -90,7 +97,7 @@ void DirectLayout::AddDirections(const libevdev* device) {
             routes_.push_back({Kind::Direction, EV_KEY, direction.key, direction.hat, direction.way, {}, 0});
         }
     }
-    for (const unsigned hat : {ABS_HAT0X, ABS_HAT0Y}) {
+    for (unsigned hat = ABS_HAT0X; hat <= ABS_HAT0Y; ++hat) {
         if (const auto spec = SpecIn(device, hat)) {
             routes_.push_back({Kind::Hat, EV_ABS, hat, static_cast<int>(hat), 0, *spec, 0});
         }
@@ -210,18 +217,24 @@ std::vector<AxisSpec> MappedLayout::Axes() const {
     return axes;
 }
 
-bool MappedLayout::HasHat(unsigned hat) const { return translator_.Delivers(EV_ABS, static_cast<std::uint16_t>(hat)); }
+bool MappedLayout::HasHat(unsigned hat) const {
+    return translator_.Delivers(EV_ABS, static_cast<std::uint16_t>(hat));
+}
 
 ChosenLayout ChooseLayout(const libevdev* device, mapping::Database& database) {
+    ChosenLayout chosen;
     if (IsStandard(device)) {
-        return {DirectLayout::Standard(device), true, "standard layout"};
+        chosen.layout = DirectLayout::Standard(device);
+        chosen.standard = true;
+        chosen.description = "standard layout";
+    } else if (auto translator = database.TranslatorFor(device)) {
+        chosen.description = "mapped as \"" + Printable(translator->Name()) + "\"";
+        chosen.layout = std::make_unique<MappedLayout>(std::move(*translator), device);
+    } else {
+        chosen.layout = DirectLayout::Automatic(device);
+        chosen.description = "not in the controller mappings: buttons are guessed, add a mapping if they sit wrong";
     }
-    if (auto translator = database.TranslatorFor(device)) {
-        std::string description = "mapped as \"" + translator->Name() + "\"";
-        return {std::make_unique<MappedLayout>(std::move(*translator), device), false, std::move(description)};
-    }
-    return {DirectLayout::Automatic(device), false,
-            "not in the controller mappings: its buttons are guessed, add a mapping if they sit wrong"};
+    return chosen;
 }
 
 }  // namespace gamepad

@@ -87,7 +87,7 @@ bool IsStandard(const libevdev* device);
 
 struct ChosenLayout {
     std::unique_ptr<Layout> layout;
-    bool standard;
+    bool standard = false;
     std::string description;  // for people
 };
 ChosenLayout ChooseLayout(const libevdev* device, mapping::Database& database);

@@ -15,9 +15,9 @@ namespace gamepad {
 struct Pad {
     std::string uid;
     std::string name;
-    std::string node;     // /dev/input/eventN; N is taken by another device as soon as this one is gone
-    std::string syspath;  // never used twice while the machine runs
-    std::string layout;   // for people
+    std::string node;               // /dev/input/eventN; N is taken by another device as soon as this one is gone
+    std::string syspath;            // never used twice while the machine runs
+    std::string layout;             // for people
     std::atomic<bool> gone{false};  // seen to be unplugged, perhaps before the notice of it went out
 };
 using PadPointer = std::shared_ptr<Pad>;

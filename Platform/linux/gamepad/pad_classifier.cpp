@@ -7,7 +7,9 @@
 namespace gamepad {
 namespace {
 
-bool HasKey(const libevdev* device, unsigned key) { return libevdev_has_event_code(device, EV_KEY, key) == 1; }
+bool HasKey(const libevdev* device, unsigned key) {
+    return libevdev_has_event_code(device, EV_KEY, key) == 1;
+}
 
 bool HasKeyBetween(const libevdev* device, unsigned first, unsigned last) {
     for (unsigned key = first; key <= last; ++key) {

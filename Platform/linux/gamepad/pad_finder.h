@@ -15,7 +15,7 @@ namespace gamepad {
 struct Candidate {
     std::string node;
     std::string syspath;
-    std::string id_path;         // udev's; empty: unknown
+    std::string id_path;  // udev's; empty: unknown
     bool udev_calls_it_pad = false;
 };
 

@@ -8,7 +8,9 @@
 namespace gamepad {
 namespace {
 
-std::string Text(const char* text) { return text == nullptr ? std::string() : std::string(text); }
+std::string Text(const char* text) {
+    return text == nullptr ? std::string() : std::string(text);
+}
 
 /// ".../input7/event3": both numbers are new at each connection, the folder around them is not.
 std::string FolderOf(const std::string& syspath) {

@@ -20,6 +20,8 @@ using UdevDevice = std::unique_ptr<udev_device, UdevUnref>;
 using UdevMonitor = std::unique_ptr<udev_monitor, UdevUnref>;
 using UdevEnumerate = std::unique_ptr<udev_enumerate, UdevUnref>;
 
-inline std::string OrEmpty(const char* text) { return text == nullptr ? std::string() : std::string(text); }
+inline std::string OrEmpty(const char* text) {
+    return text == nullptr ? std::string() : std::string(text);
+}
 
 }  // namespace gamepad

@@ -4,6 +4,8 @@
 
 namespace gamepad {
 
-bool UdevdRuns() { return access("/run/udev/control", F_OK) == 0; }
+bool UdevdRuns() {
+    return access("/run/udev/control", F_OK) == 0;
+}
 
 }  // namespace gamepad
