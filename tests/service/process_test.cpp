@@ -101,14 +101,15 @@ TEST_F(TheProcess, DestroysTheContextManagerBeforeTheDispatcher) {
                     "GamepadRemoteController.cpp: ~GamepadRemoteController", "AppLauncher.cpp: ~AppLauncher"));
 }
 
+// The start may say the same from StartMenuMode: the dispatcher's thread is sometimes faster than Initialize.
 TEST_F(TheProcess, DeInitialisesTwiceAtEveryShutdown) {
     ASSERT_EQ(process->Stop(), 0);
-    EXPECT_EQ(platform.LogCount(DLOG_ERROR, "Please call[Initialize]first"), 1);
-    EXPECT_EQ(platform.LogCount(DLOG_ERROR, "Please call [Initialize] first"), 1);
-    EXPECT_TRUE(
-        platform.Logged(DLOG_ERROR, "GamepadEventDispatcher.cpp: DeInitialize", "Please call[Initialize]first"));
-    EXPECT_TRUE(
-        platform.Logged(DLOG_ERROR, "GamepadContextManager.cpp: DeInitialize", "Please call [Initialize] first"));
+    const Texts dispatcher = PlacesOf(platform, "Please call[Initialize]first");
+    EXPECT_EQ(std::count(dispatcher.begin(), dispatcher.end(), "GamepadEventDispatcher.cpp: DeInitialize"), 1);
+    EXPECT_THAT(PlacesOf(platform, "Please call [Initialize] first"),
+                ElementsAre("GamepadContextManager.cpp: DeInitialize"));
+    EXPECT_TRUE(platform.Logged(DLOG_ERROR, "Please call[Initialize]first"));
+    EXPECT_TRUE(platform.Logged(DLOG_ERROR, "Please call [Initialize] first"));
 }
 
 TEST_F(TheProcess, ShowsItsExitInErrorFilteredLogs) {

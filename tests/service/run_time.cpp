@@ -151,8 +151,9 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 }
 
 int __wrap_usleep(unsigned microseconds) {
+    constexpr unsigned kHaste = 20;
     NotePause(microseconds);
-    return __real_usleep(microseconds);
+    return __real_usleep(microseconds / kHaste);
 }
 
 GMainLoop* __wrap_g_main_loop_new(GMainContext* context, gboolean running) {

@@ -7,7 +7,7 @@
 
 #include "FakePlatform.h"
 
-/// One pause that the service made with usleep.
+/// One pause that the service made with usleep. It lasted a twentieth of that, so that tests are quick.
 struct Pause {
     unsigned microseconds;
     std::string thread;
