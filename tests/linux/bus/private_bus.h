@@ -1,0 +1,25 @@
+#ifndef TESTS_LINUX_BUS_PRIVATE_BUS_H
+#define TESTS_LINUX_BUS_PRIVATE_BUS_H
+
+#include <sys/types.h>
+
+#include <string>
+
+/// A real message bus of the test's own, under an address that stays the same when it is restarted. Sets and restores
+/// DBUS_SESSION_BUS_ADDRESS. The bus is not there until Start.
+class PrivateBus {
+public:
+    PrivateBus();
+    ~PrivateBus();
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    void Start();
+    void Kill();
+
+private:
+    std::string directory_;
+    pid_t daemon_ = -1;
+};
+
+#endif
