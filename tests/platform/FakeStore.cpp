@@ -19,6 +19,13 @@ void FakeStore::GiveHeldAnswers() {
     }
 }
 
+void FakeStore::SendHeldAnswersToNobody() {
+    const auto lock = recorder_.Lock();
+    for (const Query& query : held_) {
+        Answer({query.answer, query.callback, nullptr});
+    }
+}
+
 int FakeStore::OnRequest(const char* title, const char* etag, was_appid_fn callback, void* user) {
     const auto effect = [&] { return StartLocked(title, callback, user); };
     return recorder_.Run(

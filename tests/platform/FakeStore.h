@@ -29,6 +29,7 @@ public:
     void SetStoreAnswer(const StoreAnswer& answer);  ///< for every title without one of its own
     void SetStoreAnswer(const std::string& title, const StoreAnswer& answer);  ///< for this title
     void GiveHeldAnswers();                                                    ///< those that waited to be told
+    void SendHeldAnswersToNobody();                                            ///< without user data; they stay held
     bool WaitUntilStoreAnswered(std::chrono::milliseconds atMost = kSoon) const {
         return thread_.WaitUntilIdle(atMost);
     }
