@@ -77,6 +77,7 @@ int Write(const Log& log, log_id_t id, int priority, const char* tag, const char
 }
 
 Log OpenLog() {
+    const int callersErrno = errno;
     const char* setting = std::getenv("QUORVEX_LOG");
     const LogLevel level = LogLevelFrom(setting, isatty(STDERR_FILENO) == 1);
     const Log log{level.least, FindDestination()};
@@ -86,6 +87,7 @@ Log OpenLog() {
                       LogLevelName(level.least));
         Write(log, LOG_ID_MAIN, DLOG_ERROR, kOwnTag, text, std::strlen(text));
     }
+    errno = callersErrno;
     return log;
 }
 
@@ -108,11 +110,11 @@ size_t TextLength(int formatted, char* buffer, size_t size, const char* format) 
 }  // namespace
 
 int __dlog_print(log_id_t log_id, int priority, const char* tag, const char* format, ...) {
-    const int callersErrno = errno;
     const Log& log = TheLog();
     if (priority < log.least) {
         return 0;
     }
+    const int callersErrno = errno;
     char message[LogText::kCapacity];
     va_list arguments;
     va_start(arguments, format);

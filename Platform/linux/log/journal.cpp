@@ -42,8 +42,8 @@ bool IsJournalStream(const char* setting, const struct stat& status) {
            device == status.st_dev && inode == status.st_ino;
 }
 
-// Loaded only here: with the libraries that it needs in turn, the client is bigger than the whole service, and nobody
-// who starts the service by hand needs it.
+// Loaded only here: with the libraries that it needs in turn, the client takes as much memory as a good part of the
+// service, and doubles the time to start; whoever starts the service by hand has no use for it.
 bool OpenJournal() {
     void* library = dlopen("libsystemd.so.0", RTLD_NOW | RTLD_LOCAL);
     if (library != nullptr) {

@@ -35,10 +35,14 @@ std::unique_ptr<libevdev, DeleteLibevdev> DescribeKeyboard() {
     return device;
 }
 
-// 0, or a negative errno.
+// 0, or a negative errno. A signal may interrupt the kernel here, in spite of SA_RESTART: asking again starts anew.
 int CreateDevice(int fd, libevdev_uinput** device) {
     const auto description = DescribeKeyboard();
-    return description ? libevdev_uinput_create_from_device(description.get(), fd, device) : -ENOMEM;
+    int error = description ? -EINTR : -ENOMEM;
+    while (error == -EINTR) {
+        error = libevdev_uinput_create_from_device(description.get(), fd, device);
+    }
+    return error;
 }
 
 void Report(const std::string& reason) {

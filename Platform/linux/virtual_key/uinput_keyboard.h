@@ -13,8 +13,12 @@
 /// The device's name, by which our own search for pads passes it over.
 constexpr char kVirtualKeyboardName[] = "quorvex virtual remote";
 
-/// A uinput keyboard. It is destroyed with this object, not sooner than kSettle after its last event: whoever reads the
-/// device gets nothing but ENODEV once it has gone, and would miss a release that it has not read by then.
+/// A uinput keyboard. No key stays down when it goes, however it goes:
+///  - Destroyed with this object, it lives on until kSettle after its last event. A reader that is busy just then would
+///    otherwise find the node gone (ENODEV) and with it the releases that it has not read yet.
+///  - When the process is killed the kernel closes the descriptor, releases every key that is down and then removes the
+///    device. Who waits for events reads those releases; who does not finds the node gone, as with a keyboard that was
+///    unplugged, and has to forget its keys anyway.
 class UinputKeyboard final : public KeySink {
 public:
     static constexpr std::chrono::milliseconds kSettle{100};
