@@ -148,7 +148,7 @@ std::string ReplaceOnce(const std::string& path, const std::string& text, GFileS
     }
     GError* error = nullptr;
     g_file_set_contents_full(path.c_str(), text.data(), static_cast<gssize>(text.size()), flags, kFileMode, &error);
-    const std::string why = error == nullptr ? "" : error->message;
+    std::string why = error == nullptr ? "" : error->message;
     gone = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) != FALSE;
     g_clear_error(&error);
     return why;

@@ -7,6 +7,8 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -117,7 +119,8 @@ ExitStatus List(const Words& /*words*/) {
 }
 
 struct Watching {
-    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+    const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop{g_main_loop_new(nullptr, FALSE),
+                                                                        &g_main_loop_unref};
     ExitStatus status = kDone;
 };
 
@@ -125,12 +128,12 @@ void PrintChange(keynode_t* node, void* data) {
     Watching& watching = *static_cast<Watching*>(data);
     watching.status = PrintLine(node->key + ' ' + (node->value ? OnOneLine(*node->value) : "(unset)"));
     if (watching.status != kDone) {
-        g_main_loop_quit(watching.loop);
+        g_main_loop_quit(watching.loop.get());
     }
 }
 
 gboolean Quit(gpointer data) {
-    g_main_loop_quit(static_cast<Watching*>(data)->loop);
+    g_main_loop_quit(static_cast<Watching*>(data)->loop.get());
     return G_SOURCE_CONTINUE;
 }
 
@@ -145,8 +148,7 @@ ExitStatus RunWatch(const Words& names) {
     }
     g_unix_signal_add(SIGINT, Quit, &watching);
     g_unix_signal_add(SIGTERM, Quit, &watching);
-    g_main_loop_run(watching.loop);
-    g_main_loop_unref(watching.loop);
+    g_main_loop_run(watching.loop.get());
     return watching.status;
 }
 

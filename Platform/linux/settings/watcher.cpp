@@ -88,7 +88,7 @@ std::shared_ptr<Watcher::Watch> Watcher::TakeLocked(const std::string& key, vcon
     if (found == watches.end()) {
         return nullptr;
     }
-    const std::shared_ptr<Watch> watch = *found;
+    std::shared_ptr<Watch> watch = *found;
     watch->removed = true;
     watches.erase(found);
     if (watches.empty()) {

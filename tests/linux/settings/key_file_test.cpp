@@ -115,7 +115,8 @@ TEST_F(ASetting, WithoutAPlaceToGoIsAFailure) {
 }
 
 TEST_F(ASetting, LivesInTheHomeDirectoryWhereTheVariableIsUnsetOrRelative) {
-    const std::string home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
+    const char* const before = std::getenv("HOME");
+    const std::string home = before != nullptr ? before : "";
     setenv("HOME", Root().c_str(), 1);
     for (const char* state : {"relative/state", ""}) {
         setenv("XDG_STATE_HOME", state, 1);

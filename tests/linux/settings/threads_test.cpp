@@ -61,6 +61,7 @@ TEST_F(ManyAtOnce, TheLastValueIsAlwaysTold) {
     Changes changes;
     ASSERT_EQ(vconf_notify_key_changed(kHub, Changes::Callback, &changes), 0);
     std::vector<std::thread> writers;
+    writers.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         writers.emplace_back([i] {
             for (int round = 1; round <= 300; ++round) {
@@ -99,6 +100,7 @@ TEST_F(ManyAtOnce, WatchesComeAndGoWhileNoticesAreDelivered) {
     Changes changes;
     ASSERT_EQ(vconf_notify_key_changed(kActive, Changes::Callback, &changes), 0);
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (const vconf_callback_fn callback : {OwnCallback<0>, OwnCallback<1>, OwnCallback<2>, OwnCallback<3>}) {
         threads.emplace_back(WatchAndIgnore, callback, std::cref(stop));
     }

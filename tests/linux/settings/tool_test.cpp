@@ -167,6 +167,7 @@ public:
     explicit Watching(std::vector<std::string> keys) {
         keys.insert(keys.begin(), {SETTINGS_PROGRAM, "watch"});
         std::vector<char*> words;
+        words.reserve(keys.size() + 1);
         for (std::string& key : keys) {
             words.push_back(key.data());
         }
