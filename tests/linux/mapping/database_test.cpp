@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
@@ -41,7 +42,7 @@ protected:
     ~TheDatabase() override { std::filesystem::remove_all(directory_); }
 
     std::string File(const std::string& name, const std::string& content) const {
-        const std::string path = directory_ + '/' + name;
+        std::string path = directory_ + '/' + name;
         std::ofstream(path, std::ios::binary) << content;
         return path;
     }
@@ -191,9 +192,9 @@ TEST_F(TheDatabase, TakesAFileWithoutALastNewline) {
 TEST_F(TheDatabase, MayBeAskedByManyThreads) {
     Database database({"", kLine + ",Mine,a:b0", ""});
     std::atomic<int> found{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
+    std::array<std::thread, 4> threads;
+    for (auto& thread : threads) {
+        thread = std::thread([&] {
             for (int n = 0; n < 20; ++n) {
                 found += database.Find(kPad) ? 1 : 0;
             }

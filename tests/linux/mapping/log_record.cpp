@@ -19,7 +19,8 @@ extern "C" int __dlog_print(log_id_t, int, const char* tag, const char* format, 
     std::array<char, 1024> text{};
     va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
+    const int length = std::vsnprintf(  // NOLINT(clang-analyzer-valist.Uninitialized): it is, a line above
+        text.data(), text.size(), format, arguments);
     va_end(arguments);
     gLines.push_back(std::string(tag) + ": " + text.data());
     return length;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <libevdev/libevdev.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <map>
@@ -221,7 +222,7 @@ Mapping WithoutSecondSources(const Mapping& mapping) {
 // A name that begins with this and has this checksum.
 std::string NameWith(const std::string& beginning, std::uint16_t checksum) {
     for (int i = 0;; ++i) {
-        const std::string name = beginning + std::to_string(i);
+        std::string name = beginning + std::to_string(i);
         if (NameChecksum(name) == checksum) {
             return name;
         }
@@ -236,8 +237,10 @@ std::uint16_t Word(const Guid& guid, std::size_t at) {
 DeviceId DeviceFor(const Mapping& mapping) {
     const Guid& guid = mapping.guid;
     const bool isNamed = guid.WithoutVersion() == guid && Word(guid, 12) != 0;
-    std::string name = isNamed ? std::string(reinterpret_cast<const char*>(guid.bytes.data()) + 4, 11) : "Pad ";
-    name = name.c_str();
+    std::string name = "Pad ";
+    if (isNamed) {
+        name.assign(guid.bytes.begin() + 4, std::find(guid.bytes.begin() + 4, guid.bytes.end(), 0));
+    }
     name = mapping.checksum ? NameWith(name, *mapping.checksum) : name;
     if (isNamed) {
         return {Word(guid, 0), 0, 0, 0, name};
@@ -430,7 +433,7 @@ public:
     Capabilities Device() {
         Capabilities pad = Pad({BTN_TRIGGER, BTN_SOUTH}, {{ABS_X, kStick}, {ABS_Y, kByte}});
         for (int i = 0; i < 60; ++i) {
-            pad.keys.set(static_cast<std::size_t>(1 + Below(KEY_MAX - 1)));
+            pad.keys.set(1U + static_cast<std::size_t>(Below(KEY_MAX - 1)));
         }
         for (unsigned axis = ABS_Z; axis < ABS_GAS; ++axis) {
             if (Often()) {

@@ -34,7 +34,7 @@ std::string StringOf(const char* text) {
 
 // The XDG rule: a path that is not absolute counts as unset.
 std::string ConfigHome() {
-    const std::string configured = StringOf(std::getenv("XDG_CONFIG_HOME"));
+    std::string configured = StringOf(std::getenv("XDG_CONFIG_HOME"));
     if (!configured.empty() && configured[0] == '/') {
         return configured;
     }

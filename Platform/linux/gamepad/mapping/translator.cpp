@@ -65,8 +65,9 @@ bool Contains(Range range, int value) {
 
 // Of the way from the first to the last position of `from`, the same part of the way of `to`.
 int Moved(int value, Range from, Range to) {
-    const std::int64_t way = std::int64_t{to.last} - to.first;
-    return static_cast<int>(to.first + (value - from.first) * way / (from.last - from.first));
+    const std::int64_t fromWidth = std::int64_t{from.last} - from.first;
+    const std::int64_t toWidth = std::int64_t{to.last} - to.first;
+    return fromWidth == 0 ? to.first : static_cast<int>(to.first + (value - from.first) * toWidth / fromWidth);
 }
 
 bool IsBeyondMiddle(int value, Range range) {
