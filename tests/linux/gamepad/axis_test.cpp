@@ -5,10 +5,8 @@
 #include <climits>
 
 using gamepad::Axis;
-using gamepad::AxisSpec;
 using gamepad::SpecOf;
 using gamepad::Zone;
-using testing::Eq;
 using testing::Optional;
 
 namespace {

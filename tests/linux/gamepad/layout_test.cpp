@@ -60,7 +60,7 @@ TEST(TheStandardRule, RefusesAPadThatNumbersThemThrough) {
 }
 
 TEST(TheStandardRule, NeedsEachOfItsButtonsAndBothSticks) {
-    for (const unsigned key : {BTN_SOUTH, BTN_EAST, BTN_NORTH, BTN_WEST, BTN_SELECT, BTN_START}) {
+    for (const unsigned key : std::vector<unsigned>{BTN_SOUTH, BTN_EAST, BTN_NORTH, BTN_WEST, BTN_SELECT, BTN_START}) {
         EXPECT_FALSE(IsStandard(Announce(StandardPad().Without({key})).get())) << key;
     }
     PadModel one_stick = StandardPad();
