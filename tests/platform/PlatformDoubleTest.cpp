@@ -19,7 +19,6 @@
 
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -330,7 +329,7 @@ void TakeAnswer(const char* /*appId*/, was_app_status_e status, const char* /*et
 TEST(TheStore, AnswersSoonOrWhenToldOrNeverOrRefuses) {
     FakePlatform platform;
     answers = 0;
-    const auto ask = [&](StoreAnswer answer) {
+    const auto ask = [&](const StoreAnswer& answer) {
         platform.SetStoreAnswer(answer);
         const int result = was_request_appid_by_runtitle("title", "", TakeAnswer, nullptr);
         EXPECT_TRUE(platform.WaitUntilStoreAnswered());

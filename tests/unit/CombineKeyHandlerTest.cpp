@@ -16,7 +16,10 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
+using testing::Field;
 using testing::IsEmpty;
 
 constexpr int kPollsOfASecond = 20;  // 1000 ms in polls of 50 ms
@@ -99,7 +102,8 @@ TEST_F(Combination, StartsItsThreadWithTheFirstCompletedPairAndOnce) {
     EXPECT_TRUE(SaidBy("m_GetCombineInfo", "pair key<10, 11>'s holdtime is 1000ms, vk is 124"));
     EXPECT_TRUE(SaidBy("m_HandlePressEvent", "m_iKey1[10], m_iKey2[11], m_iCombinedVK[124], m_iHoldTime[1000]"));
     ASSERT_TRUE(platform.WaitForLog("Enter CombinedHandle-Thread"));
-    EXPECT_EQ(platform.LogLines().back().thread, "CombinedHandle-");
+    EXPECT_THAT(platform.LogLines(), Contains(AllOf(Field(&LogLine::message, "Enter CombinedHandle-Thread"),
+                                                    Field(&LogLine::thread, "CombinedHandle-"))));
     Release(11);
     Press(11);
     EXPECT_EQ(platform.LogCount(DLOG_INFO, "Create CombinedHandle-Thread to monitor combined key."), 1);
@@ -158,6 +162,21 @@ TEST_F(Combination, IgnoresThePartnerOfAnotherPair) {
     EXPECT_THAT(platform.TakeKeys(), IsEmpty());
     Release(20);
     EXPECT_TRUE(SaidBy("m_HandleReleaseEvent", "[20] is released, [10, -1]"));
+}
+
+TEST_F(Combination, TakesTheKeyOfTheFirstPlaceThatAButtonHas) {
+    handler.RegisterCombinationKey(30, 301, 30, 302, 303, 0);
+    handler.RegisterCombinationKey(31, 311, 30, 312, 313, 0);
+    Press(30);
+    EXPECT_THAT(platform.TakeKeys(), ElementsAre(Tapped(301)));
+}
+
+TEST_F(Combination, IgnoresTheReleaseOfAButtonThatIsNotHeld) {
+    Press(10);
+    Release(11);
+    Release(10);
+    EXPECT_TRUE(SaidBy("m_HandleReleaseEvent", "[10] is released, [-1, -1]"));
+    EXPECT_THAT(platform.TakeKeys(), IsEmpty());
 }
 
 TEST_F(Combination, IgnoresTheSameButtonOfASecondPad) {

@@ -122,6 +122,7 @@ TEST_F(Mutex, KeepsThreadsApart) {
     int counter = 0;
     constexpr int kRounds = 2000;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int round = 0; round < kRounds; ++round) {

@@ -6,7 +6,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 class Product : public testing::Test {

@@ -124,6 +124,7 @@ TEST_F(Semaphore, OneGiveWakesOneTaker) {
     std::atomic<int> passed{0};
     const int before = Faults::WaitsBegun();
     std::vector<std::thread> takers;
+    takers.reserve(3);
     for (int i = 0; i < 3; ++i) {
         takers.emplace_back([&] {
             semaphore.Take();

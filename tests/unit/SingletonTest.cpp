@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -96,6 +97,34 @@ TEST_F(TheInstance, PassesOnWhatItsConstructorThrowsAndLeavesTheLockFree) {
     Only* fromElsewhere = nullptr;
     std::thread([&] { fromElsewhere = Singleton<Only>::GetInstance(); }).join();
     EXPECT_NE(fromElsewhere, nullptr);
+}
+
+TEST_F(TheInstance, IsNotDestroyedWhileItIsLeased) {
+    auto lease = std::make_unique<Singleton<Only>::Lease>();
+    EXPECT_EQ(lease->Get(), Singleton<Only>::GetInstance());
+    std::atomic<bool> given{false};
+    std::atomic<bool> started{false};
+    std::thread destroyer([&] {
+        started = true;
+        Singleton<Only>::DestroyInstance();
+        EXPECT_TRUE(given);
+    });
+    while (!started) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(alive, 1);
+    given = true;
+    lease.reset();
+    destroyer.join();
+    EXPECT_EQ(alive, 0);
+}
+
+TEST_F(TheInstance, IsBuiltByALeaseWhenThereIsNone) {
+    const Singleton<Only>::Lease one;
+    const Singleton<Only>::Lease other;
+    EXPECT_NE(one.Get(), nullptr);
+    EXPECT_EQ(one.Get(), other.Get());
+    EXPECT_EQ(built, 1);
 }
 
 }  // namespace

@@ -175,6 +175,7 @@ TEST_F(Thread, ThatCannotStartIsLoggedAndNotCreated) {
         EXPECT_FALSE(worker.Create("gamepad-timer-thread", kStack));
         EXPECT_FALSE(worker.FlagCreate());
         EXPECT_EQ(worker.runs, 0);
+        EXPECT_EQ(worker.Tid(), -1);
         EXPECT_TRUE(
             platform.Logged(DLOG_ERROR, "CThread.cpp: Create", "pthread_create() threadname:[gamepad-timer-thread]"));
         EXPECT_TRUE(platform.Logged(DLOG_ERROR, "CThread.cpp: Create",
