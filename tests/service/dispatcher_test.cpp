@@ -397,6 +397,28 @@ TEST_F(ABoundButton, IsAnOrdinaryButtonWhenTheLaunchFails) {
     EXPECT_THAT(platform.TakeKeys(), ElementsAre(Pressed(36)));
 }
 
+// A batch of events is no unit: while a launch waits for the store's answer, menu mode may end for what follows.
+TEST_F(ABoundButton, LetsMenuModeSwitchInTheMiddleOfItsPass) {
+    platform.SendGameAppNotice(GAMEAPP_OPENED, 123);
+    ASSERT_TRUE(platform.WaitUntilNoticesTold());
+    Door pass;
+    Door store;
+    platform.OnCall("gamepad_get_events", pass.CallHook());
+    platform.OnCall("was_request_appid_by_runtitle", store.CallHook());
+    ASSERT_TRUE(pass.WaitForVisitor());
+    platform.PressButton("pad", 1);
+    platform.ReleaseButton("pad", 1);
+    platform.PressButton("pad", 0);
+    platform.PressButton("pad", 1);
+    pass.Open();
+    ASSERT_TRUE(store.WaitForVisitor());
+    Focus(123);
+    store.Open();
+    ASSERT_TRUE(platform.WaitUntilHandled("pad"));
+    EXPECT_THAT(platform.TakeKeys(), ElementsAre(Pressed(9), Released(9), Tapped(600)));
+    EXPECT_TRUE(platform.Logged(DLOG_INFO, "Get a event[4,1,1,1], [NOT MenuMode]"));
+}
+
 // ---- The games that run already
 
 class TheListOfGames : public WholeProgram {

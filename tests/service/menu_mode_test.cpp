@@ -134,28 +134,6 @@ TEST_F(MenuMode, IsNotSwitchedWhileAHeldKeyIsReleased) {
     EXPECT_TRUE(platform.WaitUntilAppStatusTold());
 }
 
-// A batch of events is not one unit: the switch comes in between two of them.
-TEST_F(MenuMode, MaySwitchBetweenTwoEventsOfOnePass) {
-    Door pass;
-    Door key;
-    platform.OnCall("gamepad_get_events", pass.CallHook());
-    platform.OnCall("VirtualKey_Send_KeyCode", key.CallHook());
-    ASSERT_TRUE(pass.WaitForVisitor());
-    platform.PressButton("pad", 0);
-    platform.ReleaseButton("pad", 0);
-    for (int i = 0; i < 10; ++i) {
-        platform.MoveAxis("pad", 16, i % 2);
-    }
-    pass.Open();
-    ASSERT_TRUE(key.WaitForVisitor());
-    platform.SendAppStatus(kGame, 5);
-    ASSERT_TRUE(platform.WaitForLog("There is game app is actived, stop menu mode"));
-    key.Open();
-    ASSERT_TRUE(platform.WaitUntilAppStatusTold());
-    ASSERT_TRUE(platform.WaitUntilHandled("pad"));
-    EXPECT_THAT(platform.KeysDown(), IsEmpty());
-}
-
 TEST_F(MenuMode, MayBeSwitchedFromManyThreadsWhileEventsAreHandled) {
     constexpr int kSwitches = 300;
     for (int i = 0; i < kSwitches; ++i) {

@@ -289,6 +289,24 @@ TEST_F(AFailedStartOfTheMonitor, LetsTheThreadReachTheDispatcherOnItsWayOut) {
     ExpectBothDestroyedInOrder();
 }
 
+// Whoever switches menu mode at that moment holds the dispatcher, or finds another one.
+TEST_F(AFailedStartOfTheMonitor, MayBeMetByFocusSignals) {
+    constexpr int kSignals = 400;
+    platform.AllowErrors();
+    platform.OnCall("VirtualKey_Finalize", [this](const Call&) {
+        for (int i = 0; i < kSignals; ++i) {
+            platform.SendAppStatus(i, 5);
+        }
+    });
+    {
+        ServiceProcess process(platform);
+        EXPECT_EQ(process.WaitForEnd(), -1);
+    }
+    ASSERT_TRUE(platform.WaitUntilAppStatusTold());
+    Singleton<GamepadEventDispatcher>::DestroyInstance();
+    EXPECT_EQ(PlacesOf(platform, "Destructor is called").size(), PlacesOf(platform, "Constructor is called").size());
+}
+
 TEST_F(WholeProgram, WithoutTheSignalRelayTheProgramDoesNotStart) {
     runTime.RefuseThread(RunTime::kSignalRelay);
     platform.ExpectError("pthread_create() threadname:[SignalRelay]");

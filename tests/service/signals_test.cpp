@@ -188,6 +188,33 @@ TEST_F(BeforeTheLoop, ASignalThatFindsALoopThatDoesNotRunYetEndsIt) {
     EXPECT_EQ(platform.LogCount(DLOG_INFO, Received(SIGTERM)), 1);
 }
 
+// ---- At any moment between the first instance and the running loop
+
+class AtAnyMoment : public WholeProgram, public testing::WithParamInterface<int> {
+protected:
+    /// The signal's moment: so many calls and messages after the first instance was begun, the last one at the latest.
+    void WaitForMoment(size_t entries) {
+        while (platform.Timeline().size() < entries && runTime.Pauses().empty()) {
+            std::this_thread::yield();
+        }
+    }
+};
+
+TEST_P(AtAnyMoment, TheFirstOrTheSecondSignalEndsTheProgram) {
+    ServiceProcess process(platform);
+    ASSERT_TRUE(platform.WaitForLog("Constructor is called"));  // the handlers are there
+    WaitForMoment(3 + static_cast<size_t>(GetParam()));
+    process.Signal(SIGTERM);
+    ASSERT_TRUE(platform.WaitForLog(Received(SIGTERM)));
+    if (!process.WaitForEnd(kForAWhile)) {
+        process.Signal(SIGTERM);
+    }
+    EXPECT_EQ(process.WaitForEnd(), 0);
+    EXPECT_THAT(platform.Leftovers(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(OfTheStart, AtAnyMoment, testing::Range(0, 48, 2));
+
 // ---- While everything is taken down
 
 class DuringTheShutdown : public RunningService, public testing::WithParamInterface<std::string> {
