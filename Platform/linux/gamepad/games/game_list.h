@@ -1,0 +1,51 @@
+/// Which processes are games: the list that the service is told of, for the rest of the platform.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace games {
+
+class Tracker;
+
+/// A share in the list of running games, which is kept from the first share to the last. The service's callback is one.
+///
+/// Threads  made and destroyed on the thread "platform-events", also inside onChange. What is asked: any thread, one
+///          leaf lock; nothing waits.
+/// Order    a change shows in the list first; then the service's callback is told; then, when that has returned, the
+///          other shares in the order in which they were made. So whoever tells the service of the focus in onChange
+///          can rely on the service knowing the game.
+/// Start    the games that run already become known within moments of the first share, as changes; a later share is not
+///          told of those that are in the list when it is made.
+class GameList {
+public:
+    /// Arrives on "platform-events"; once for each opening and once for each closing of a process, by turns.
+    using ChangeFunction = std::function<void(pid_t pid, bool is_open)>;
+    enum class Turn { kService, kAfterService };
+
+    explicit GameList(ChangeFunction on_change, Turn turn = Turn::kAfterService);
+    ~GameList();
+    GameList(const GameList&) = delete;
+    GameList& operator=(const GameList&) = delete;
+
+    /// The remaining functions answer for no game at all while there is no share.
+    static bool Contains(pid_t pid);
+    /// The running game that opened last; 0: none.
+    static pid_t Newest();
+    /// The process itself when it is a game, else the nearest of its ancestors that is one; 0: none.
+    static pid_t GameAbove(pid_t pid);
+    /// "pid,pid,...", oldest first. For a moment afterwards (kPauseAfterText in the source) no change is told, so that
+    /// the reader has taken note of the text before it hears of what changed since.
+    static std::string Text();
+
+private:
+    friend class Tracker;
+
+    const ChangeFunction on_change_;
+    const std::shared_ptr<Tracker> tracker_;
+};
+
+}  // namespace games
