@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cerrno>
+#include <future>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -75,10 +76,13 @@ TEST_F(AnEventWriter, GivesUpOnADeviceThatTakesNothing) {
 
 TEST_F(AnEventWriter, WaitsForADeviceThatIsBusyForAMoment) {
     FillThePipe();
-    std::thread reader([this] {
+    std::promise<void> started;
+    std::thread reader([this, &started] {
         std::array<char, 65536> buffer;
+        started.set_value();
         EXPECT_GT(read(ends_[0], buffer.data(), buffer.size()), 0);
     });
+    started.get_future().wait();
     EXPECT_EQ(EventWriter(ends_[1]).Send(36, KEY_ACTION_PRESS), 0);
     reader.join();
 }
