@@ -86,8 +86,11 @@ int Set(const char* key, const Value& value) {
 }
 
 int Notify(const char* key, vconf_callback_fn callback, void* userData) {
-    const std::optional<Problem> problem = TheWatcher().Add(Text(key), callback, userData);
-    return problem ? Told(*problem) : 0;
+    if (const std::optional<Problem> problem = TheWatcher().Add(Text(key), callback, userData)) {
+        return Told(*problem);
+    }
+    TheComplaints().Over(kWatching);
+    return 0;
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ constexpr uint32_t kAlways = IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR | IN_MAS
 constexpr std::chrono::seconds kLongestCallback{2};
 
 Problem CannotWatch(const std::string& path) {
-    return {path + " (watching)", path + ": cannot watch for changes: " + g_strerror(errno)};
+    return {kWatching, path + ": cannot watch for changes: " + g_strerror(errno)};
 }
 
 bool IsPartOf(const std::string& path, const char* name) {
@@ -52,7 +52,7 @@ std::optional<Problem> Watcher::Add(const std::string& key, vconf_callback_fn ca
     auto& watches = entry->second.watches;
     const auto same = [&](const auto& watch) { return watch->callback == callback; };
     if (std::any_of(watches.begin(), watches.end(), same)) {
-        return Problem{key + " (twice)", "settings: this callback watches " + key + " already; it is called once"};
+        return Problem{kWatching, "settings: this callback watches " + key + " already; it is called once"};
     }
     watches.push_back(std::make_shared<Watch>(Watch{callback, userData}));
     std::optional<Problem> problem = ArmLocked();
@@ -207,9 +207,7 @@ Watcher::Calls Watcher::CollectLocked() {
     if (std::none_of(keys_.begin(), keys_.end(), [](const auto& key) { return key.second.stale; })) {
         return calls;
     }
-    if (const std::optional<Problem> problem = ArmLocked()) {
-        observer_({problem->about, {}, problem});
-    }
+    observer_({kWatching, {}, ArmLocked()});
     for (auto& [name, key] : keys_) {
         if (std::exchange(key.stale, false) && RefreshLocked(key)) {
             for (const auto& watch : key.watches) {

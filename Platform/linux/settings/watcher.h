@@ -30,9 +30,13 @@ struct _keynode_t {
     std::optional<Value> value;
 };
 
+/// What a problem of the watching itself is about, as opposed to one of a file.
+constexpr char kWatching[] = "watching";
+
 class Watcher {
 public:
-    /// Called with every reading of a watched file (the lock held: it must not call back).
+    /// Called with every reading of a watched file, and with one of no file for the state of the watching itself (the
+    /// lock held: it must not call back).
     using Observer = std::function<void(const Reading&)>;
     explicit Watcher(Observer observer) : observer_(std::move(observer)) {}
     ~Watcher();

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "settings_home.h"
@@ -258,23 +259,34 @@ TEST_F(AWatchedKey, IsReadAgainAfterMoreChangesThanTheKernelQueues) {
     EXPECT_TRUE(Arrives(6));
 }
 
-TEST_F(AWatchedKey, CostsNoWakeUpWhileNothingHappens) {
-    static int polls;
-    polls = 0;
-    EXPECT_TRUE(AllSeen());
-    while (g_main_context_iteration(nullptr, FALSE)) {
-    }
-    const GPollFunc before = g_main_context_get_poll_func(nullptr);
-    g_main_context_set_poll_func(nullptr, [](GPollFD* fds, guint count, gint timeout) {
-        ++polls;
-        return g_poll(fds, count, timeout);
-    });
+int polls;
+
+gint CountedPoll(GPollFD* fds, guint count, gint timeout) {
+    ++polls;
+    return g_poll(fds, count, timeout);
+}
+
+int PollsInHalfASecond() {
     bool over = false;
-    g_timeout_add(
-        500, [](gpointer flag) { return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE; }, &over);
+    const auto end = [](gpointer flag) { return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE; };
+    g_timeout_add(500, end, &over);
+    polls = 0;
     EXPECT_TRUE(RunLoopUntil([&] { return over; }));
+    return polls;
+}
+
+// The directories above the test's own are everyone's, so that a disturbed half second proves nothing: one silent one
+// does.
+TEST_F(AWatchedKey, CostsNoWakeUpWhileNothingHappens) {
+    EXPECT_TRUE(AllSeen());
+    const GPollFunc before = g_main_context_get_poll_func(nullptr);
+    g_main_context_set_poll_func(nullptr, CountedPoll);
+    int least = PollsInHalfASecond();
+    for (int round = 0; round < 10 && least > 2; ++round) {
+        least = std::min(least, PollsInHalfASecond());
+    }
     g_main_context_set_poll_func(nullptr, before);
-    EXPECT_LE(polls, 2);
+    EXPECT_LE(least, 2);
 }
 
 class AWatch : public SettingsHome {};
