@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 
 #include "GamepadMonitor.h"
@@ -131,12 +132,13 @@ TEST_F(ActivityMonitor, HearsOfABatchBeforeItIsTranslated) {
 }
 
 TEST_F(ActivityMonitor, CountsASuccessfulReadWithoutEvents) {
-    std::atomic<int> reads{0};
-    platform.AnswerGetEvents([&reads](int, _gamepad_event_s*, int* count) {
+    // Shared, since an answer that is under way may outlast the test's body.
+    const auto reads = std::make_shared<std::atomic<int>>(0);
+    platform.AnswerGetEvents([reads](int, _gamepad_event_s*, int* count) {
         *count = 0;
-        return ++reads == 1 ? 1 : 0;
+        return ++*reads == 1 ? 1 : 0;
     });
-    while (reads < 2) {
+    while (*reads < 2) {
         std::this_thread::yield();
     }
     EndCycle();
