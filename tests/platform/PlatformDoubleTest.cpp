@@ -359,6 +359,7 @@ int NoteStatus(int /*pid*/, int status, void* /*data*/) {
 
 TEST(Applications, AreKnownByPidAndSignalTheirStatus) {
     FakePlatform platform;
+    lastStatus = 0;
     platform.SetApp(12, "game", 2);
     char id[256] = {};
     EXPECT_EQ(aul_app_get_appid_bypid(12, id, sizeof id), 0);
@@ -384,6 +385,7 @@ void NoteStandby(_device_poweroff_info* info, void* /*user*/) {
 
 TEST(Power, TellsOfStandbyAndWakesUp) {
     FakePlatform platform;
+    standbys = 0;
     platform.SetPowerState(2);
     device_power_subscribe_standby_event(NoteStandby, nullptr);
     platform.SendStandby();
