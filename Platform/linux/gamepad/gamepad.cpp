@@ -4,6 +4,7 @@
 #include <exception>
 #include <mutex>
 
+#include "gamepad/connected_pads.h"
 #include "gamepad/device_table.h"
 #include "gamepad/hotplug.h"
 #include "gamepad/listeners.h"
@@ -72,6 +73,10 @@ bool Open(Library& library, int mode) {
 }
 
 }  // namespace
+
+gamepad::PadList& gamepad::ConnectedPads() {
+    return TheLibrary().pads;
+}
 
 int gamepad_open_for_custom_mode(int mode, int) {
     return Guarded(0, [mode](Library& library) { return Code(Open(library, mode)); });

@@ -1,6 +1,7 @@
 #include "gamepad/pad.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "gamepad/pad_identity.h"
 
@@ -12,6 +13,7 @@ void PadList::Add(const PadPointer& pad, const std::string& uid_base) {
         return FindLocked([&uid](const Pad& other) { return other.uid == uid; }) != nullptr;
     });
     pads_.push_back(pad);
+    TellLocked();
 }
 
 bool PadList::Remove(const PadPointer& pad) {
@@ -21,12 +23,25 @@ bool PadList::Remove(const PadPointer& pad) {
         return false;
     }
     pads_.erase(found);
+    TellLocked();
     return true;
 }
 
 void PadList::Clear() {
     const std::lock_guard<std::mutex> hold(lock_);
     pads_.clear();
+    TellLocked();
+}
+
+void PadList::Observe(std::function<void()> on_change) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    on_change_ = std::move(on_change);
+}
+
+void PadList::TellLocked() const {
+    if (on_change_) {
+        on_change_();
+    }
 }
 
 int PadList::Count() const {

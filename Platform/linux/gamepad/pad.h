@@ -33,6 +33,10 @@ public:
     bool Remove(const PadPointer& pad);  ///< false: it was not in the list (any more)
     void Clear();
 
+    /// Whom to tell of each change from now on; null: nobody. Called with the lock held, so it may only pass the news
+    /// on, and nobody is told any more once this returns.
+    void Observe(std::function<void()> on_change);
+
     int Count() const;
     PadPointer At(int index) const;  ///< null: no such index
     PadPointer ByUid(const std::string& uid) const;
@@ -43,8 +47,10 @@ public:
 private:
     PadPointer FindLocked(const std::function<bool(const Pad&)>& matches) const;
     PadPointer Find(const std::function<bool(const Pad&)>& matches) const;
+    void TellLocked() const;
 
     mutable std::mutex lock_;
+    std::function<void()> on_change_;
     std::vector<PadPointer> pads_;
 };
 
