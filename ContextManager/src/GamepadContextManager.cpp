@@ -25,15 +25,18 @@ struct AppId {
     char szText[APP_ID_LENGTH] = {};
 };
 
+// A start that fails destroys the dispatcher while status signals still come in.
 void StartMenuMode() {
-    if (GamepadEventDispatcher* pDispatcher = Singleton<GamepadEventDispatcher>::GetInstance()) {
-        pDispatcher->StartMenuMode();
+    const Singleton<GamepadEventDispatcher>::Lease dispatcher;
+    if (dispatcher.Get() != nullptr) {
+        dispatcher.Get()->StartMenuMode();
     }
 }
 
 void StopMenuMode() {
-    if (GamepadEventDispatcher* pDispatcher = Singleton<GamepadEventDispatcher>::GetInstance()) {
-        pDispatcher->StopMenuMode();
+    const Singleton<GamepadEventDispatcher>::Lease dispatcher;
+    if (dispatcher.Get() != nullptr) {
+        dispatcher.Get()->StopMenuMode();
     }
 }
 
