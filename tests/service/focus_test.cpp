@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "../../ContextManager/src/GamepadContextManager.h"
+#include "../../EventHandler/src/GamepadEventDispatcher.h"
 #include "running_service.h"
 
 namespace {
@@ -535,6 +536,23 @@ TEST_F(TheFocus, SignalsAreFollowedOnTheThreadThatBringsThem) {
             EXPECT_EQ(line.thread, kAppLibrary);
         }
     }
+}
+
+TEST_F(TheFocus, ASwitchOfMenuModeKeepsTheDispatcherAlive) {
+    Plug("pad");
+    Door door;
+    platform.OnCall("VirtualKey_Send_KeyCode", door.CallHook());
+    platform.PressButton("pad", 0);
+    ASSERT_TRUE(door.WaitForVisitor());
+    platform.SendAppStatus(kOther, kFocus);
+    ASSERT_TRUE(platform.WaitForLog(kStarts));
+    EXPECT_FALSE(platform.WaitUntilAppStatusTold(kForAWhile));  // it waits for the event
+    std::thread destroyer([] { Singleton<GamepadEventDispatcher>::DestroyInstance(); });
+    EXPECT_FALSE(platform.WaitForLog("Destructor is called", 1, kForAWhile));
+    door.Open();
+    destroyer.join();
+    ASSERT_TRUE(platform.WaitUntilAppStatusTold());
+    EXPECT_TRUE(platform.Logged(DLOG_INFO, "Menu Mode has started already!"));
 }
 
 TEST_F(TheFocus, ASignalUnderWayAtTheShutdownIsWaitedFor) {

@@ -42,6 +42,7 @@ TEST_F(TheProcess, StartsStepByStepOnTheMainThread) {
                                       "tzplatform_getenv(77)", "I: Create [GamepadMonitor] thread success", "I: Exit",
                                       "g_main_loop_new()", "g_main_loop_run()"}));
     EXPECT_TRUE(platform.Logged(DLOG_INFO, "GamepadEventDispatcher.cpp: Initialize", "Enter"));
+    EXPECT_TRUE(platform.Logged(DLOG_INFO, "GamepadMonitor.cpp: Start", "Enter"));
     EXPECT_TRUE(platform.Logged(DLOG_INFO, "GamepadEventDispatcher.cpp: Initialize", "Exit"));
 }
 
