@@ -1,0 +1,75 @@
+#include "gamepad/games/ledger.h"
+
+#include <algorithm>
+
+namespace games {
+
+bool Ledger::NoteLocked(bool is_change, pid_t pid, bool is_open) {
+    if (is_change) {
+        untold_.push_back({pid, is_open});
+    }
+    return is_change;
+}
+
+bool Ledger::Add(pid_t pid, Source source) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return NoteLocked(games_.Add(pid, source), pid, true);
+}
+
+bool Ledger::Remove(pid_t pid, Source source) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return NoteLocked(games_.Remove(pid, source), pid, false);
+}
+
+bool Ledger::Erase(pid_t pid) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return NoteLocked(games_.Erase(pid), pid, false);
+}
+
+void Ledger::Clear() {
+    const std::lock_guard<std::mutex> hold(lock_);
+    games_ = GameSet();
+    untold_.clear();
+}
+
+std::optional<Change> Ledger::Take(long long now) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    if (untold_.empty() || now < held_until_) {
+        return std::nullopt;
+    }
+    const Change change = untold_.front();
+    untold_.pop_front();
+    return change;
+}
+
+std::optional<long long> Ledger::DueAt() const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return untold_.empty() ? std::nullopt : std::optional<long long>(held_until_);
+}
+
+bool Ledger::Contains(pid_t pid) const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return games_.Contains(pid);
+}
+
+pid_t Ledger::Newest() const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return games_.Newest();
+}
+
+std::vector<pid_t> Ledger::Of(Source source) const {
+    const std::lock_guard<std::mutex> hold(lock_);
+    return games_.Of(source);
+}
+
+std::string Ledger::TextAndHold(long long until) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    held_until_ = std::max(held_until_, until);
+    std::string text;
+    for (const pid_t pid : games_.Pids()) {
+        text += (text.empty() ? "" : ",") + std::to_string(pid);
+    }
+    return text;
+}
+
+}  // namespace games

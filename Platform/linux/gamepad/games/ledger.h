@@ -1,0 +1,48 @@
+/// The list of games and the changes of it that have not been told yet.
+#pragma once
+
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "gamepad/games/game_set.h"
+
+namespace games {
+
+struct Change {
+    pid_t pid;
+    bool is_open;
+};
+
+/// Threads  any; one leaf lock.
+/// Units    times are microseconds of g_get_monotonic_time.
+class Ledger {
+public:
+    bool Add(pid_t pid, Source source);     ///< true: this opened the game
+    bool Remove(pid_t pid, Source source);  ///< true: this closed the game
+    bool Erase(pid_t pid);                  ///< true: this closed the game
+    void Clear();                           ///< no games, and nothing left to tell
+
+    /// The oldest change that was not taken yet; none before HeldUntil.
+    std::optional<Change> Take(long long now);
+    /// When Take has something; nullopt: nothing to tell.
+    std::optional<long long> DueAt() const;
+
+    bool Contains(pid_t pid) const;
+    pid_t Newest() const;
+    std::vector<pid_t> Of(Source source) const;
+    /// "pid,pid,..."; changes are held back until the given time.
+    std::string TextAndHold(long long until);
+
+private:
+    bool NoteLocked(bool is_change, pid_t pid, bool is_open);
+
+    mutable std::mutex lock_;
+    GameSet games_;
+    std::deque<Change> untold_;
+    long long held_until_ = 0;
+};
+
+}  // namespace games

@@ -1,0 +1,57 @@
+#include "gamepad/games/pad_nodes.h"
+
+#include <filesystem>
+
+namespace games {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kDevices = "/dev";
+
+bool StartsWith(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+/// The names in the folder that start so.
+std::vector<std::string> NamesIn(const fs::path& folder, const std::string& start) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (StartsWith(name, start)) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+}  // namespace
+
+/// .../0003:054C:09CC.0001/input/input7/event3: js0 lies beside the event node; hidraw0 in the folder "hidraw" of the
+/// HID device, the input devices of which are in its folder "input".
+std::vector<std::string> NodesOf(const std::string& node, const std::string& syspath, const std::string& devices) {
+    std::vector<std::string> nodes{node};
+    const fs::path input = fs::path(syspath).parent_path();
+    if (!StartsWith(input.filename().string(), "input")) {
+        return nodes;  // not known to sysfs
+    }
+    for (const std::string& name : NamesIn(input, "js")) {
+        nodes.push_back(fs::path(node).parent_path() / name);
+    }
+    for (const std::string& name : NamesIn(input.parent_path().parent_path() / "hidraw", "hidraw")) {
+        nodes.push_back(fs::path(devices) / name);
+    }
+    return nodes;
+}
+
+std::vector<std::string> NodesOf(const std::vector<gamepad::PadPointer>& pads) {
+    std::vector<std::string> nodes;
+    for (const gamepad::PadPointer& pad : pads) {
+        const std::vector<std::string> more = NodesOf(pad->node, pad->syspath, kDevices);
+        nodes.insert(nodes.end(), more.begin(), more.end());
+    }
+    return nodes;
+}
+
+}  // namespace games
