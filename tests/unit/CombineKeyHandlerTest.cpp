@@ -179,6 +179,13 @@ TEST_F(Combination, IgnoresTheReleaseOfAButtonThatIsNotHeld) {
     EXPECT_THAT(platform.TakeKeys(), IsEmpty());
 }
 
+TEST_F(Combination, SendsNothingForAButtonOfNoPair) {
+    Press(99);
+    Release(99);
+    EXPECT_TRUE(SaidBy("m_HandleReleaseEvent", "[99] is released, [-1, -1]"));
+    EXPECT_THAT(platform.TakeKeys(), IsEmpty());
+}
+
 TEST_F(Combination, IgnoresTheSameButtonOfASecondPad) {
     Press(11);
     Press(11);
