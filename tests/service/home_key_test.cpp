@@ -300,6 +300,7 @@ TEST_F(HoldingHome, IsEndedByTheEndOfTheProgram) {
     EXPECT_THAT(platform.Timeline(),
                 HasInOrder(Entries{"VirtualKey_Finalize()", "I: Exit DestroyTimer", "I: [DeInitialize]exit"}));
     EXPECT_EQ(platform.LogCount(DLOG_INFO, "Exit DestroyTimer"), 1);
+    EXPECT_THAT(platform.LogLines(), Contains(Info("CallbackHandler.cpp: UnregisterCallback", "Enter")));
     EXPECT_THAT(platform.Leftovers(), IsEmpty());
 }
 
@@ -390,10 +391,14 @@ TEST_P(WithoutMemory, TheNextPressTriesAgain) {
         EXPECT_THAT(platform.LogLines(), Contains(Error(kCreateTimer, GetParam().message)));
         EXPECT_THAT(platform.LogMessages(), Not(Contains("Wait[1000]ms!")));
     }
-    EXPECT_THAT(platform.TakeAsserts(), Not(IsEmpty()));
+    const auto asserts = platform.TakeAsserts();
+    EXPECT_THAT(asserts, Not(IsEmpty()));
     if (GetParam().message == nullptr) {
         return;
     }
+    // The press goes on with what is not there any more: the registry's lock and the semaphore that wakes the thread.
+    EXPECT_THAT(asserts, Contains(Asserted("FlagCreate() == true", "CMutex.h")));
+    EXPECT_THAT(asserts, Contains(Asserted("FlagCreate() == true", "CSemaphore.cpp")));
     Release(kHome);
     Hold();
     clock.Advance(milliseconds(1000));
@@ -476,6 +481,17 @@ TEST_F(TheTimerAlone, IsEndedInTheMiddleOfAWait) {
     timer.DestroyTimer();
     EXPECT_FALSE(platform.Logged(DLOG_INFO, "Timeout!"));
     EXPECT_FALSE(timer.FlagCreate());
+}
+
+TEST_F(TheTimerAlone, DisarmsItselfWhenItRunsOut) {
+    platform.ExpectError("Timer do not Start!");
+    GamepadTimer timer;
+    ASSERT_TRUE(timer.CreateTimer(1000, 0));
+    timer.StartTimer();
+    ASSERT_TRUE(clock.WaitForNap(kTimerThread));
+    clock.Advance(milliseconds(1000));
+    EXPECT_TRUE(platform.WaitForLog("Timer do not Start!"));
+    timer.DestroyTimer();
 }
 
 TEST_F(TheTimerAlone, MayBeCreatedAgain) {
