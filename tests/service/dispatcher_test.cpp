@@ -1,14 +1,16 @@
 // The dispatcher's thread: how it opens the gamepad library, polls the pads and routes each event, and how it ends.
 
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
-
-#include <sys/stat.h>
+#include <thread>
 
 #include "../../EventHandler/src/GamepadEventDispatcher.h"
 #include "running_service.h"
@@ -85,6 +87,12 @@ TEST_F(WholeProgram, RefusedCallbacksDoNotStopTheDispatcher) {
 
 class ARefusedConnection : public WholeProgram {
 protected:
+    static void WaitForTheEndOfThread(pid_t tid) {
+        const auto deadline = std::chrono::steady_clock::now() + kSoon;
+        while (syscall(SYS_tgkill, getpid(), tid, 0) == 0 && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::yield();
+        }
+    }
     static std::string Refusal() {
         return "Call[gamepad_open_for_custom_mode(GAMEPAD_MODE_MENU)]failed, exit[quorvex]process";
     }
@@ -126,7 +134,10 @@ TEST_F(ARefusedConnection, RegistersAndCleansUpNothing) {
 }
 
 TEST_F(ARefusedConnection, IsForgottenWhenThereIsNoLoopYet) {
-    runTime.Before("g_main_loop_new", [this] { EXPECT_TRUE(platform.WaitForLog(Refusal())); });
+    runTime.Before("g_main_loop_new", [this] {
+        ASSERT_TRUE(platform.WaitForLog(Refusal()));
+        WaitForTheEndOfThread(platform.Calls("gamepad_open_for_custom_mode").at(0).tid);
+    });
     ServiceProcess process(platform);
     ASSERT_TRUE(runTime.WaitForLoopCall("g_main_loop_run"));
     EXPECT_EQ(process.WaitForEnd(kForAWhile), std::nullopt);
