@@ -31,10 +31,12 @@ std::vector<std::string> EventNodes() {
     return nodes;
 }
 
+DevInputWatch::DevInputWatch(const std::string& folder)
+    : parent_folder_(std::filesystem::path(folder).parent_path()),
+      folder_name_(std::filesystem::path(folder).filename()) {}
+
 bool DevInputWatch::Open() {
     inotify_ = FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    folder_ = -1;
-    parent_ = -1;
     if (inotify_) {
         Attach();
     }
@@ -43,35 +45,38 @@ bool DevInputWatch::Open() {
 
 /// The parent is watched first: the folder may appear between the two calls. True: the folder is watched from now on.
 bool DevInputWatch::Attach() {
-    parent_ = inotify_add_watch(inotify_.Get(), "/dev", IN_CREATE | IN_MOVED_TO | IN_ONLYDIR);
-    folder_ = inotify_add_watch(inotify_.Get(), kNodeFolder,
-                                IN_CREATE | IN_ATTRIB | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM | IN_ONLYDIR);
-    if (folder_ >= 0 && parent_ >= 0) {
-        inotify_rm_watch(inotify_.Get(), parent_);
-        parent_ = -1;
+    const std::string folder = parent_folder_ + "/" + folder_name_;
+    parent_watch_ = inotify_add_watch(inotify_.Get(), parent_folder_.c_str(), IN_CREATE | IN_MOVED_TO | IN_ONLYDIR);
+    folder_watch_ = inotify_add_watch(inotify_.Get(), folder.c_str(),
+                                      IN_CREATE | IN_ATTRIB | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM | IN_ONLYDIR);
+    if (folder_watch_ >= 0 && parent_watch_ >= 0) {
+        inotify_rm_watch(inotify_.Get(), parent_watch_);
+        parent_watch_ = -1;
     }
-    return folder_ >= 0;
+    return folder_watch_ >= 0;
+}
+
+void DevInputWatch::Note(const inotify_event& event, const std::string& name, Changes& changes) {
+    const bool folder_went = event.wd == folder_watch_ && (event.mask & IN_IGNORED) != 0;
+    const bool folder_came = event.wd == parent_watch_ && name == folder_name_;
+    if ((event.mask & IN_Q_OVERFLOW) != 0) {
+        changes.everything = true;
+    } else if (folder_went || folder_came) {
+        changes.everything = Attach() || folder_went || changes.everything;
+    } else if (event.wd == folder_watch_ && StartsWith(name, "event")) {
+        changes.nodes.push_back(parent_folder_ + "/" + folder_name_ + "/" + name);
+    }
 }
 
 DevInputWatch::Changes DevInputWatch::Read() {
     Changes changes;
-    alignas(inotify_event) std::array<char, 4096> buffer;
+    std::array<char, 4096> buffer{};
     ssize_t length = 0;
     while ((length = read(inotify_.Get(), buffer.data(), buffer.size())) > 0) {
         for (ssize_t at = 0; at < length;) {
-            inotify_event event;
+            inotify_event event{};
             std::memcpy(&event, buffer.data() + at, sizeof event);
-            const char* name = buffer.data() + at + sizeof event;
-            const std::string path = std::string(kNodeFolder) + "/" + (event.len > 0 ? name : "");
-            const bool folder_went = event.wd == folder_ && (event.mask & IN_IGNORED) != 0;
-            const bool folder_came = event.wd == parent_ && event.len > 0 && std::strcmp(name, "input") == 0;
-            if ((event.mask & IN_Q_OVERFLOW) != 0) {
-                changes.everything = true;
-            } else if (folder_went || folder_came) {
-                changes.everything = Attach() || folder_went || changes.everything;
-            } else if (event.wd == folder_ && IsEventNode(path)) {
-                changes.nodes.push_back(path);
-            }
+            Note(event, event.len > 0 ? buffer.data() + at + sizeof event : "", changes);
             at += static_cast<ssize_t>(sizeof event + event.len);
         }
     }

@@ -6,6 +6,8 @@
 
 #include "gamepad/file_descriptor.h"
 
+struct inotify_event;
+
 namespace gamepad {
 
 inline constexpr const char* kNodeFolder = "/dev/input";
@@ -24,16 +26,21 @@ public:
         std::vector<std::string> nodes;  // came, went, or got other access rights; in order
     };
 
+    explicit DevInputWatch(const std::string& folder = kNodeFolder);
+
     bool Open();  ///< false: errno tells why
     int Fd() const { return inotify_.Get(); }
     Changes Read();
 
 private:
     bool Attach();
+    void Note(const inotify_event& event, const std::string& name, Changes& changes);
 
+    std::string parent_folder_;
+    std::string folder_name_;
     FileDescriptor inotify_;
-    int folder_ = -1;  // watch descriptors
-    int parent_ = -1;
+    int folder_watch_ = -1;
+    int parent_watch_ = -1;
 };
 
 }  // namespace gamepad

@@ -590,16 +590,4 @@ TEST_F(AnOpenPad, MayHaveEveryButtonThatThereIs) {
     EXPECT_THAT(Until(Button(0, 1)), ElementsAre(Button(0, 1)));
 }
 
-TEST(Games, AreNotKnownYet) {
-    char* text = nullptr;
-    ASSERT_EQ(gamepad_get_all_gameapp_info_list(&text), 1);
-    EXPECT_STREQ(text, "");
-    std::free(text);
-    EXPECT_EQ(gamepad_get_all_gameapp_info_list(nullptr), 0);
-    const auto callback = [](int, int, void*) {};
-    EXPECT_EQ(gamepad_register_gameapp_status_callback(callback, nullptr), 1);
-    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(callback), 1);
-    EXPECT_EQ(gamepad_register_gameapp_status_callback(nullptr, nullptr), 0);
-}
-
 }  // namespace
