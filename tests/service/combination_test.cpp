@@ -441,6 +441,19 @@ TEST_F(AHandler, RemembersAnUnknownButtonWithoutAKey) {
     EXPECT_THAT(platform.LogMessages(), ElementsAre("[7] is released, [-1, -1]"));
 }
 
+TEST_F(AHandler, IsEndedByItsDestructor) {
+    {
+        CombineKeyHandler other;
+        other.RegisterCombinationKey(1, -1, 2, -1, 99, 1000);
+        other.HandleKeyEvent({0, 1, 1, 1});
+        other.HandleKeyEvent({0, 1, 2, 1});
+        ASSERT_TRUE(clock.WaitForNap(kThread));
+        clock.LetRun();
+    }
+    EXPECT_TRUE(platform.Logged(DLOG_INFO, "Exit CombinedHandle-Thread"));
+    EXPECT_THAT(platform.TakeKeys(), IsEmpty());
+}
+
 TEST_F(AHandler, MayBeDestroyedInTheMiddleOfAHold) {
     handler.RegisterCombinationKey(1, -1, 2, -1, 99, 1000);
     Press(1);

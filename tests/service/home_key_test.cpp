@@ -494,6 +494,17 @@ TEST_F(TheTimerAlone, DisarmsItselfWhenItRunsOut) {
     timer.DestroyTimer();
 }
 
+TEST_F(TheTimerAlone, IsEndedByItsDestructor) {
+    platform.AllowError("Timer do not Start!");
+    {
+        GamepadTimer timer;
+        ASSERT_TRUE(timer.CreateTimer(1000, 0));
+        timer.StartTimer();
+        ASSERT_TRUE(clock.WaitForNap(kTimerThread));
+    }
+    EXPECT_TRUE(platform.Logged(DLOG_INFO, "Exit DestroyTimer"));
+}
+
 TEST_F(TheTimerAlone, MayBeCreatedAgain) {
     platform.AllowError("Timer do not Start!");
     GamepadTimer timer;
