@@ -4,15 +4,88 @@
 #include <signal.h>
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
+#include <thread>
 #include <utility>
+
+namespace platform_events {
+
+/// Work that waits to be run, as a source of the thread's context.
+class WorkQueue {
+public:
+    /// The source lives until the context lets it go.
+    static WorkQueue& Attach(GMainContext* context) {
+        static GSourceFuncs functions = {Prepare, Check, Dispatch, Finalize, nullptr, nullptr};
+        GSource* source = g_source_new(&functions, sizeof(QueueSource));
+        auto* queue = new WorkQueue(context);
+        reinterpret_cast<QueueSource*>(source)->queue = queue;
+        g_source_attach(source, context);
+        g_source_unref(source);
+        return *queue;
+    }
+
+    void Add(std::function<void()> work) {
+        {
+            const std::lock_guard<std::mutex> lock(lock_);
+            works_.push_back(std::move(work));
+        }
+        g_main_context_wakeup(context_);
+    }
+
+private:
+    struct QueueSource {
+        GSource base;
+        WorkQueue* queue;
+    };
+
+    explicit WorkQueue(GMainContext* context) : context_(context) {}
+
+    static WorkQueue& Of(GSource* source) { return *reinterpret_cast<QueueSource*>(source)->queue; }
+
+    bool HasWork() {
+        const std::lock_guard<std::mutex> lock(lock_);
+        return !works_.empty();
+    }
+
+    // One at a time, so that other sources have their turn and a work may end the loop.
+    void RunNext() {
+        std::function<void()> work;
+        {
+            const std::lock_guard<std::mutex> lock(lock_);
+            work = std::move(works_.front());
+            works_.pop_front();
+        }
+        work();
+    }
+
+    static gboolean Prepare(GSource* source, gint* timeout) {
+        *timeout = -1;
+        return Of(source).HasWork() ? TRUE : FALSE;
+    }
+    static gboolean Check(GSource* source) { return Of(source).HasWork() ? TRUE : FALSE; }
+    static gboolean Dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
+        Of(source).RunNext();
+        return G_SOURCE_CONTINUE;
+    }
+    static void Finalize(GSource* source) { delete &Of(source); }
+
+    GMainContext* context_;
+    std::mutex lock_;
+    std::deque<std::function<void()>> works_;
+};
+
+}  // namespace platform_events
 
 namespace {
 
-/// The thread and what it works on. Owned by the shares; the context also by the thread while it runs.
+using platform_events::WorkQueue;
+
+/// The thread and what it works on.
 struct Thread {
     GMainContext* context;
     GMainLoop* loop;
+    WorkQueue* queue;
     pthread_t id;
 };
 
@@ -27,7 +100,6 @@ void* RunLoop(void* argument) {
     g_main_context_push_thread_default(context);
     g_main_loop_run(loop);
     g_main_context_pop_thread_default(context);
-    g_main_loop_unref(loop);
     return nullptr;
 }
 
@@ -37,66 +109,51 @@ bool StartWithoutSignals(pthread_t& id, GMainLoop* loop) {
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
-    const int result = pthread_create(&id, nullptr, RunLoop, g_main_loop_ref(loop));
+    const int result = pthread_create(&id, nullptr, RunLoop, loop);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (result != 0) {
-        g_main_loop_unref(loop);
-    }
     return result == 0;
+}
+
+void Release(const Thread& ended) {
+    g_main_loop_unref(ended.loop);
+    g_main_context_unref(ended.context);
 }
 
 bool Start() {
     thread.context = g_main_context_new();
     thread.loop = g_main_loop_new(thread.context, FALSE);
+    thread.queue = &WorkQueue::Attach(thread.context);
     if (StartWithoutSignals(thread.id, thread.loop)) {
         return true;
     }
-    g_main_loop_unref(thread.loop);
-    g_main_context_unref(thread.context);
+    Release(thread);
     return false;
 }
 
-gboolean QuitLoop(gpointer loop) {
-    g_main_loop_quit(static_cast<GMainLoop*>(loop));
-    return G_SOURCE_REMOVE;
-}
-
-gboolean RunPosted(gpointer work) {
-    (*static_cast<std::function<void()>*>(work))();
-    return G_SOURCE_REMOVE;
-}
-
-void DeletePosted(gpointer work) {
-    delete static_cast<std::function<void()>*>(work);
-}
-
-void Attach(GMainContext* context, GSourceFunc function, gpointer data, GDestroyNotify destroy) {
-    GSource* source = g_idle_source_new();
-    g_source_set_priority(source, G_PRIORITY_DEFAULT);
-    g_source_set_callback(source, function, data, destroy);
-    g_source_attach(source, context);
-    g_source_unref(source);
-}
-
-// The loop is asked to end by a source of its own, since a loop that does not run yet forgets a direct request.
+// The loop is ended by a work of its own, since a loop that does not run yet forgets a direct request. A thread that
+// gives up the last share on itself cannot wait for its own end: what it runs on is released by somebody else, after
+// it.
 void Stop(const Thread& ended) {
-    Attach(ended.context, QuitLoop, ended.loop, nullptr);
+    ended.queue->Add([loop = ended.loop] { g_main_loop_quit(loop); });
     if (pthread_equal(ended.id, pthread_self()) != 0) {
-        pthread_detach(ended.id);
-    } else {
-        pthread_join(ended.id, nullptr);
+        std::thread([ended] {
+            pthread_join(ended.id, nullptr);
+            Release(ended);
+        }).detach();
+        return;
     }
-    g_main_loop_unref(ended.loop);
-    g_main_context_unref(ended.context);
+    pthread_join(ended.id, nullptr);
+    Release(ended);
 }
 
 }  // namespace
 
-EventsThread::EventsThread() : context_(nullptr) {
+EventsThread::EventsThread() : context_(nullptr), queue_(nullptr) {
     const std::lock_guard<std::mutex> lock(shareLock);
     if (shares > 0 || Start()) {
         ++shares;
         context_ = thread.context;
+        queue_ = thread.queue;
     }
 }
 
@@ -117,7 +174,7 @@ bool EventsThread::Post(std::function<void()> work) const {
     if (context_ == nullptr) {
         return false;
     }
-    Attach(context_, RunPosted, new std::function<void()>(std::move(work)), DeletePosted);
+    queue_->Add(std::move(work));
     return true;
 }
 

@@ -5,6 +5,10 @@
 
 #include <functional>
 
+namespace platform_events {
+class WorkQueue;
+}
+
 /// A share in the thread "platform-events", on which all notices of buses, displays and the kernel are handled: it runs
 /// from the first share to the last.
 ///
@@ -29,6 +33,7 @@ public:
 
 private:
     GMainContext* context_;
+    platform_events::WorkQueue* queue_;
 };
 
 #endif
