@@ -6,6 +6,7 @@
 
 #include "platform/dlog.h"
 #include "settings/complaints.h"
+#include "settings/computed_keys.h"
 #include "settings/watcher.h"
 
 namespace {
@@ -86,10 +87,20 @@ int Set(const char* key, const Value& value) {
 }
 
 int Notify(const char* key, vconf_callback_fn callback, void* userData) {
+    BeginWatch(Text(key));
     if (const std::optional<Problem> problem = TheWatcher().Add(Text(key), callback, userData)) {
+        EndWatch(Text(key));
         return Told(*problem);
     }
     TheComplaints().Over(kWatching);
+    return 0;
+}
+
+int Ignore(const char* key, vconf_callback_fn callback) {
+    if (!TheWatcher().Remove(Text(key), callback)) {
+        return -1;
+    }
+    EndWatch(Text(key));
     return 0;
 }
 
@@ -123,7 +134,7 @@ int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* 
 }
 
 int vconf_ignore_key_changed(const char* key, vconf_callback_fn callback) {
-    return Guarded(-1, [&] { return TheWatcher().Remove(Text(key), callback) ? 0 : -1; });
+    return Guarded(-1, [&] { return Ignore(key, callback); });
 }
 
 int vconf_keynode_get_int(keynode_t* node) {

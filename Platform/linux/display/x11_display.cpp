@@ -1,0 +1,193 @@
+#include "display/x11_display.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "platform/dlog.h"
+
+namespace {
+
+constexpr unsigned kFirstRetrySeconds = 1;
+constexpr unsigned kLastRetrySeconds = 64;
+
+using Event = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
+
+std::string Variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+// Empty for a display on another machine.
+std::string SocketPath(const std::string& display) {
+    const size_t colon = display.find(':');
+    const bool isLocal = colon == 0 || display.compare(0, colon, "unix") == 0;
+    if (colon == std::string::npos || !isLocal) {
+        return {};
+    }
+    const std::string number = display.substr(colon + 1, display.find('.', colon) - colon - 1);
+    return "/tmp/.X11-unix/X" + number;
+}
+
+}  // namespace
+
+struct X11Display::Source {
+    GSource base;
+    X11Display* display;
+};
+
+X11Display::X11Display(GMainContext* context, const char* purpose, Handlers handlers)
+    : context_(context), purpose_(purpose), handlers_(std::move(handlers)), retrySeconds_(kFirstRetrySeconds) {}
+
+void X11Display::Start() {
+    if (!IsOffered()) {
+        return;
+    }
+    xcb_ = LoadXcb();
+    if (xcb_ == nullptr) {
+        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD",
+                     "%s: libxcb, libxcb-screensaver or libxcb-dpms is not installed; the X display is not used",
+                     purpose_.c_str());
+        return;
+    }
+    Connect();
+}
+
+X11Display::~X11Display() {
+    serverWatch_.reset();
+    Close();
+}
+
+bool X11Display::IsOffered() {
+    return Variable("WAYLAND_DISPLAY").empty() && !Variable("DISPLAY").empty();
+}
+
+bool X11Display::Open() {
+    int screen = 0;
+    connection_ = xcb_->xcb_connect(nullptr, &screen);
+    if (xcb_->xcb_connection_has_error(connection_) != 0) {
+        xcb_->xcb_disconnect(std::exchange(connection_, nullptr));
+        return false;
+    }
+    root_ = xcb_->xcb_setup_roots_iterator(xcb_->xcb_get_setup(connection_)).data->root;
+    return true;
+}
+
+void X11Display::Connect() {
+    serverWatch_.reset();
+    if (!Open()) {
+        // Watched first and tried again then, so that a server that comes in between is not missed.
+        WaitForServer();
+        if (!Open()) {
+            Lose();
+            return;
+        }
+        serverWatch_.reset();
+    }
+    retrySeconds_ = kFirstRetrySeconds;
+    Attach();
+    if (wasTold_) {
+        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: X display %s: there", purpose_.c_str(),
+                     Variable("DISPLAY").c_str());
+        wasTold_ = false;
+    }
+    handlers_.onUp();
+}
+
+void X11Display::WaitForServer() {
+    serverWatch_ =
+        std::make_unique<SocketWatch>(context_, SocketPath(Variable("DISPLAY")), retrySeconds_, [this] { Connect(); });
+    retrySeconds_ = std::min(2 * retrySeconds_, kLastRetrySeconds);
+}
+
+void X11Display::Attach() {
+    static GSourceFuncs functions = {Prepare, Check, Dispatch, nullptr, nullptr, nullptr};
+    source_ = g_source_new(&functions, sizeof(Source));
+    reinterpret_cast<Source*>(source_)->display = this;
+    tag_ = g_source_add_unix_fd(source_, xcb_->xcb_get_file_descriptor(connection_), G_IO_IN);
+    g_source_attach(source_, context_);
+}
+
+void X11Display::Close() {
+    questions_.clear();
+    if (source_ != nullptr) {
+        g_source_destroy(source_);
+        g_source_unref(source_);
+        source_ = nullptr;
+    }
+    if (connection_ != nullptr) {
+        xcb_->xcb_disconnect(std::exchange(connection_, nullptr));
+    }
+}
+
+void X11Display::Lose() {
+    const bool wasUp = IsUp();
+    Close();
+    if (!wasTold_) {
+        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: X display %s: not there; waiting for it", purpose_.c_str(),
+                     Variable("DISPLAY").c_str());
+        wasTold_ = true;
+    }
+    if (wasUp) {
+        handlers_.onDown();
+    }
+    if (serverWatch_ == nullptr) {
+        WaitForServer();
+    }
+}
+
+const xcb_query_extension_reply_t* X11Display::Extension(xcb_extension_t* extension) {
+    const xcb_query_extension_reply_t* reply = xcb_->xcb_get_extension_data(connection_, extension);
+    mayHaveRead_ = true;
+    return reply != nullptr && reply->present != 0 ? reply : nullptr;
+}
+
+void X11Display::Await(unsigned sequence, ReplyFunction onReply) {
+    questions_.push_back({sequence, std::move(onReply)});
+    mayHaveRead_ = true;
+}
+
+// Waiting for an extension reads from the server, events and replies too: those make no descriptor readable any more.
+gboolean X11Display::Prepare(GSource* source, gint* timeout) {
+    X11Display& self = *reinterpret_cast<Source*>(source)->display;
+    self.xcb_->xcb_flush(self.connection_);
+    *timeout = -1;
+    return std::exchange(self.mayHaveRead_, false) ? TRUE : FALSE;
+}
+
+gboolean X11Display::Check(GSource* source) {
+    return g_source_query_unix_fd(source, reinterpret_cast<Source*>(source)->display->tag_) != 0 ? TRUE : FALSE;
+}
+
+gboolean X11Display::Dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
+    reinterpret_cast<Source*>(source)->display->Process();
+    return G_SOURCE_CONTINUE;
+}
+
+bool X11Display::AnswerOne() {
+    void* reply = nullptr;
+    xcb_generic_error_t* error = nullptr;
+    if (questions_.empty() || xcb_->xcb_poll_for_reply(connection_, questions_.front().sequence, &reply, &error) == 0) {
+        return false;
+    }
+    const std::unique_ptr<void, decltype(&std::free)> freeReply(reply, std::free);
+    const std::unique_ptr<void, decltype(&std::free)> freeError(error, std::free);
+    const ReplyFunction onReply = std::move(questions_.front().onReply);
+    questions_.pop_front();
+    onReply(reply);
+    return true;
+}
+
+void X11Display::Process() {
+    for (;;) {
+        const Event event(xcb_->xcb_poll_for_event(connection_), std::free);
+        if (event != nullptr) {
+            handlers_.onEvent(*event);
+        } else if (!AnswerOne()) {
+            break;
+        }
+    }
+    if (xcb_->xcb_connection_has_error(connection_) != 0) {
+        Lose();
+    }
+}

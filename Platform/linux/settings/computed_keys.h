@@ -1,0 +1,30 @@
+/// Keys whose values a part of this platform finds out for itself, at some cost: it does so only while somebody in this
+/// process watches the key. The store knows nothing of the parts; each offers its key when the program is loaded.
+///
+/// Threads  any. start and stop are called one at a time, without a lock of the store held; they must not watch or
+///          ignore a computed key themselves.
+#pragma once
+
+#include <string>
+
+class ComputedKey {
+public:
+    /// For objects that live as long as the program. start is called before the first watch reads the key, so a value
+    /// that it writes at once is what changes are told against; stop after the last watch has ended.
+    ComputedKey(const char* key, void (*start)(), void (*stop)());
+    ComputedKey(const ComputedKey&) = delete;
+    ComputedKey& operator=(const ComputedKey&) = delete;
+
+private:
+    friend void BeginWatch(const std::string& key);
+    friend void EndWatch(const std::string& key);
+
+    const char* const key_;
+    void (*const start_)();
+    void (*const stop_)();
+    int watches_ = 0;
+};
+
+/// The store is about to watch the key once more, or watches it once less.
+void BeginWatch(const std::string& key);
+void EndWatch(const std::string& key);
