@@ -118,11 +118,7 @@ void AppLauncher::m_LoadFile(const std::string& path) {
         LOG_AS(OPERATION, __LINE__, DLOG_ERROR, "Parse json file err[%s]", error.c_str());
         return;
     }
-    try {
-        m_StoreEntries(root);
-    } catch (const std::exception& exception) {
-        LOG_AS(OPERATION, __LINE__, DLOG_ERROR, "Exception[%s]", exception.what());
-    }
+    m_StoreEntries(root);
 }
 
 void AppLauncher::m_StoreEntries(Json::Value& root) {
