@@ -180,8 +180,6 @@ TEST_F(PadTest, SelectAndStartHeldTooShortSendNothing) {
 
 class Home : public RemoteTest {
 protected:
-    static constexpr const char* kNoted = "[HomeKey]PlaydeckStatus";
-
     void Tap(UinputPad& pad) {
         pad.Press(BTN_MODE);
         pad.Release(BTN_MODE);
