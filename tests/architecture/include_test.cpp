@@ -12,7 +12,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using testing::IsEmpty;
 using testing::Not;
 
 constexpr char kGlibHeader[] = "glib.h";

@@ -7,10 +7,8 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 constexpr int kX = 0;
 constexpr int kY = 1;

@@ -20,7 +20,6 @@ namespace {
 using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
-using testing::Field;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;

@@ -9,10 +9,8 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 constexpr int kGame = 123;
 constexpr int kOther = 5;
@@ -60,7 +58,7 @@ protected:
     Texts News(const std::string& thread) {
         const Texts all = platform.TimelineOf(thread);
         size_t& seen = seen_[thread];
-        const Texts news(all.begin() + static_cast<std::ptrdiff_t>(seen), all.end());
+        Texts news(all.begin() + static_cast<std::ptrdiff_t>(seen), all.end());
         seen = all.size();
         return news;
     }
@@ -479,8 +477,10 @@ TEST_F(AManagerAlone, MayBeUsedByManyThreadsAtOnce) {
     platform.AllowError(kUninitialised);
     GamepadContextManager manager;
     ASSERT_TRUE(manager.Initialize());
+    constexpr int kThreads = 4;
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&manager, thread] {
             for (int i = 0; i < 100; ++i) {
                 manager.RegisterGameAppPID(100 * thread + i);

@@ -12,9 +12,7 @@
 
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;

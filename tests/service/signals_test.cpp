@@ -134,7 +134,7 @@ TEST_F(WholeProgram, TheHandlersAreThereBeforeTheInstances) {
 class BeforeTheLoop : public WholeProgram, public testing::WithParamInterface<std::string> {
 protected:
     /// On the first call of the function, which is made on the main thread during the start.
-    void OnFirstCall(const std::string& function, std::function<void()> action) {
+    void OnFirstCall(const std::string& function, const std::function<void()>& action) {
         const auto once = std::make_shared<std::atomic<bool>>(false);
         platform.OnCall(function, [once, action](const Call& call) {
             if (call.thread == kMainThread && !once->exchange(true)) {
@@ -267,6 +267,7 @@ TEST_F(ABurst, FromSeveralThreadsLogsEachHandledSignalOnce) {
     Door door;
     platform.OnCall("VirtualKey_Finalize", door.CallHook());
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([] {
             for (int n = 0; n < kSignalsEach; ++n) {
@@ -315,6 +316,7 @@ TEST_F(ABurst, OfBothSignalsWhileEventsFloodInEndsTheProgram) {
     });
     ASSERT_TRUE(platform.WaitForKeys(8));
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([i] {
             for (int n = 0; n < kSignalsEach; ++n) {
