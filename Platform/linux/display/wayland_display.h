@@ -46,6 +46,7 @@ public:
     void Forget(uint32_t object) { objects_.erase(object); }
     /// A descriptor goes along with the request and stays the caller's.
     void Send(WaylandRequest& request, int descriptor = -1);
+    void Send(WaylandRequest&& request) { Send(request); }
 
 private:
     void Connect();

@@ -1,0 +1,84 @@
+#include "device_power/x11_power.h"
+
+#include <utility>
+
+namespace {
+
+constexpr unsigned kSecondsBetweenQuestions = 2;
+
+}  // namespace
+
+X11Power::X11Power(GMainContext* context, std::function<void()> onChange)
+    : context_(context),
+      onChange_(std::move(onChange)),
+      display_(context, "standby", {[this] { OnUp(); }, [](const xcb_generic_event_t&) {}, [this] { OnDown(); }}) {
+    display_.Start();
+}
+
+X11Power::~X11Power() {
+    StopTimer();
+}
+
+void X11Power::OnUp() {
+    hasLevels_ = display_.Extension(display_.Functions().dpms) != nullptr;
+    UpdateTimer();
+}
+
+void X11Power::OnDown() {
+    hasLevels_ = false;
+    UpdateTimer();
+    SetOff(false);
+}
+
+void X11Power::SetWanted(bool isWanted) {
+    isWanted_ = isWanted;
+    UpdateTimer();
+}
+
+void X11Power::UpdateTimer() {
+    const bool isNeeded = isWanted_ && hasLevels_;
+    if (isNeeded == (timer_ != nullptr)) {
+        return;
+    }
+    StopTimer();
+    if (isNeeded) {
+        timer_ = g_timeout_source_new_seconds(kSecondsBetweenQuestions);
+        g_source_set_callback(timer_, OnTime, this, nullptr);
+        g_source_attach(timer_, context_);
+        Ask();
+    }
+}
+
+void X11Power::StopTimer() {
+    if (timer_ != nullptr) {
+        g_source_destroy(timer_);
+        g_source_unref(timer_);
+        timer_ = nullptr;
+    }
+}
+
+gboolean X11Power::OnTime(gpointer self) {
+    static_cast<X11Power*>(self)->Ask();
+    return G_SOURCE_CONTINUE;
+}
+
+void X11Power::Ask() {
+    const auto cookie = display_.Functions().xcb_dpms_info(display_.Connection());
+    display_.Await(cookie.sequence, [this](const void* reply) {
+        const auto* info = static_cast<const xcb_dpms_info_reply_t*>(reply);
+        SetOff(info != nullptr && info->state != 0 && info->power_level != XCB_DPMS_DPMS_MODE_ON);
+    });
+}
+
+void X11Power::SetOff(bool isOff) {
+    if (std::exchange(isOff_, isOff) != isOff) {
+        onChange_();
+    }
+}
+
+void X11Power::SwitchOn() {
+    if (hasLevels_) {
+        display_.Functions().xcb_dpms_force_level(display_.Connection(), XCB_DPMS_DPMS_MODE_ON);
+        Ask();
+    }
+}
