@@ -13,6 +13,12 @@ bool StartsWith(const std::string& text, const std::string& start) {
     return text.compare(0, start.size(), start) == 0;
 }
 
+/// "input7", which the folder of the nodes, "input", is not.
+bool IsInputDevice(const std::string& name) {
+    static const std::string kStart = "input";
+    return StartsWith(name, kStart) && name.size() > kStart.size();
+}
+
 /// The names in the folder that start so.
 std::vector<std::string> NamesIn(const fs::path& folder, const std::string& start) {
     std::vector<std::string> names;
@@ -33,7 +39,7 @@ std::vector<std::string> NamesIn(const fs::path& folder, const std::string& star
 std::vector<std::string> NodesOf(const std::string& node, const std::string& syspath, const std::string& devices) {
     std::vector<std::string> nodes{node};
     const fs::path input = fs::path(syspath).parent_path();
-    if (!StartsWith(input.filename().string(), "input")) {
+    if (!IsInputDevice(input.filename().string())) {
         return nodes;  // not known to sysfs
     }
     for (const std::string& name : NamesIn(input, "js")) {
