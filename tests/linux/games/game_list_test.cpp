@@ -1,0 +1,358 @@
+#include "gamepad/games/game_list.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <map>
+#include <memory>
+#include <thread>
+
+#include "events/events_thread.h"
+#include "fifo.h"
+#include "gamemode_daemon.h"
+#include "gamepad/connected_pads.h"
+#include "service_callback.h"
+
+namespace {
+
+using games::GameList;
+using std::chrono::steady_clock;
+
+/// A pad whose node is a plain file, and a bus without a daemon.
+class APad : public testing::Test {
+protected:
+    APad() : node_(folder_.Write("event3", "")) {
+        pad_->node = node_;
+        gamepad::ConnectedPads().Add(pad_, "pad");
+    }
+    ~APad() override {
+        gamepad_unregister_gameapp_status_callback(TellNotice);
+        gamepad::ConnectedPads().Clear();
+    }
+    void Register() { ASSERT_EQ(gamepad_register_gameapp_status_callback(TellNotice, &told_), 1); }
+
+    GameModeDaemon daemon_;
+    TemporaryFolder folder_;
+    const std::string node_;
+    const Fifo fifo_{folder_.Path("fifo")};
+    const gamepad::PadPointer pad_ = std::make_shared<gamepad::Pad>();
+    Told<Notice> told_;
+};
+
+TEST_F(APad, MakesAGameOfItsReader) {
+    Register();
+    Child game = ReaderOf(node_);
+    const pid_t pid = game.Pid();
+    ASSERT_TRUE(told_.WaitForAll({Opened(game)}));
+    EXPECT_EQ(ListedGames(), std::to_string(pid));
+    const auto start = steady_clock::now();
+    game.Kill();
+    ASSERT_TRUE(told_.WaitForAll({{GAMEAPP_OPENED, pid}, Closed(pid)}));
+    EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+TEST_F(APad, LeavesNoGameWhenItGoes) {
+    Register();
+    const Child game = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitForAll({Opened(game)}));
+    gamepad::ConnectedPads().Remove(pad_);
+    ASSERT_TRUE(told_.WaitForAll({Opened(game), Closed(game.Pid())}));
+    gamepad::ConnectedPads().Add(pad_, "pad");
+    EXPECT_TRUE(told_.WaitForAll({Opened(game), Closed(game.Pid()), Opened(game)}));
+}
+
+TEST_F(APad, IsToldOfOnceForEachProcessHoweverManySourcesThereAre) {
+    daemon_.Start();
+    Register();
+    const Child game({"/usr/games/gamemoderun", "/bin/sh", "-c",
+                      "exec 3<\"$0\"; echo >\"$1\"; read line; exec 3<&-; read line", node_, fifo_.Path()});
+    ASSERT_TRUE(told_.WaitForAll({Opened(game)}));
+    fifo_.Await();
+    // Who found this one found the game as well.
+    const Child next = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitForAll({Opened(game), Opened(next)}));
+    daemon_.Kill();  // the reader stays
+    const Child last = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitForAll({Opened(game), Opened(next), Opened(last)}));
+    game.Write("close");
+    EXPECT_TRUE(told_.WaitForAll({Opened(game), Opened(next), Opened(last), Closed(game.Pid())}));
+    EXPECT_EQ(ListedGames(), std::to_string(next.Pid()) + "," + std::to_string(last.Pid()));
+}
+
+TEST_F(APad, PassesFromADyingGameToItsChild) {
+    Register();
+    Child game({"/bin/sh", "-c", "exec 3<\"$0\"; read line; /bin/sleep 1000 & read line", node_});
+    const pid_t pid = game.Pid();
+    ASSERT_TRUE(told_.WaitForAll({Opened(game)}));
+    game.Write("fork");
+    game.Write("end");
+    game.Wait();
+    ASSERT_TRUE(told_.WaitUntil([pid](const std::vector<Notice>& notices) {
+        return notices.size() == 3 && std::count(notices.begin(), notices.end(), Closed(pid)) == 1;
+    }));
+    const Notice last = told_.All().back();
+    const pid_t child = last.second != pid ? last.second : told_.All()[1].second;
+    EXPECT_EQ(ListedGames(), std::to_string(child));
+    kill(child, SIGKILL);
+    EXPECT_TRUE(told_.WaitFor(Closed(child)));
+}
+
+TEST_F(APad, BalancesOpenedAndClosedInAForkStorm) {
+    Register();
+    Child storm(
+        {"/bin/sh", "-c", "i=0; while [ $i -lt 300 ]; do (exec 3<\"$0\"; sleep 0.1) & i=$((i+1)); done; wait", node_});
+    storm.Wait();
+    const Child last = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitUntil([&last](const std::vector<Notice>& notices) {
+        const auto closed = std::count_if(notices.begin(), notices.end(),
+                                          [](const Notice& notice) { return notice.first == GAMEAPP_CLOSED; });
+        return std::count(notices.begin(), notices.end(), Opened(last)) == 1 &&
+               static_cast<std::size_t>(closed) * 2 + 1 == notices.size();
+    }));
+    std::map<pid_t, int> open;
+    for (const Notice& notice : told_.All()) {
+        open[notice.second] += notice.first == GAMEAPP_OPENED ? 1 : -1;
+        EXPECT_TRUE(open[notice.second] == 0 || open[notice.second] == 1) << notice.second;
+    }
+    EXPECT_EQ(ListedGames(), std::to_string(last.Pid()));
+}
+
+TEST_F(APad, MakesNoGameOfWhoIsIgnored) {
+    Register();
+    const Child game = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitFor(Opened(game)));
+    const std::string config = std::getenv("XDG_CONFIG_HOME");
+    std::filesystem::create_directories(config + "/quorvex");
+    const std::string shell = std::filesystem::canonical("/bin/sh").filename();
+    std::ofstream(config + "/quorvex/ignored-readers") << shell << '\n';
+    EXPECT_TRUE(told_.WaitFor(Closed(game.Pid())));
+    std::filesystem::remove_all(config + "/quorvex");
+    EXPECT_TRUE(told_.WaitFor(Opened(game)));
+}
+
+TEST_F(APad, HasTheNewestOfItsReadersAndTheGameAboveAProcess) {
+    Register();
+    const Child first = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitFor(Opened(first)));
+    const Child launcher({"/bin/sh", "-c", "exec 3<\"$0\"; /bin/sleep 1000 3<&- & read line", node_});
+    ASSERT_TRUE(told_.WaitFor(Opened(launcher)));
+    EXPECT_EQ(GameList::Newest(), launcher.Pid());
+    EXPECT_TRUE(GameList::Contains(first.Pid()));
+    EXPECT_FALSE(GameList::Contains(getpid()));
+    std::ifstream children("/proc/" + std::to_string(launcher.Pid()) + "/task/" + std::to_string(launcher.Pid()) +
+                           "/children");
+    pid_t child = 0;
+    ASSERT_TRUE(children >> child);
+    EXPECT_EQ(GameList::GameAbove(child), launcher.Pid());
+    EXPECT_EQ(GameList::GameAbove(launcher.Pid()), launcher.Pid());
+    EXPECT_EQ(GameList::GameAbove(getpid()), 0);
+    kill(child, SIGKILL);
+}
+
+TEST_F(APad, IsQuietForAMomentAfterTheListWasRead) {
+    struct Timed {
+        Told<Notice> told;
+        steady_clock::time_point at;
+    } timed;
+    const auto note = [](int type, int pid, void* data) {
+        static_cast<Timed*>(data)->at = steady_clock::now();
+        static_cast<Timed*>(data)->told.Add({type, pid});
+    };
+    const Child game = ReaderOf(node_);
+    ASSERT_EQ(gamepad_register_gameapp_status_callback(note, &timed), 1);
+    const auto deadline = steady_clock::now() + Told<Notice>::kSoon;
+    steady_clock::time_point read_at = steady_clock::now();
+    while (ListedGames().empty() && steady_clock::now() < deadline) {
+        read_at = steady_clock::now();
+        std::this_thread::yield();
+    }
+    ASSERT_TRUE(timed.told.WaitForAll({Opened(game)}));
+    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(note), 1);
+    EXPECT_GE(timed.at - read_at, std::chrono::milliseconds(99));
+}
+
+TEST_F(APad, IsWatchedOnlyWhileSomebodyListens) {
+    const auto count = [](const char* folder) {
+        const std::filesystem::directory_iterator all(folder);
+        return std::distance(begin(all), end(all));
+    };
+    Register();
+    const Child game = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitFor(Opened(game)));
+    gamepad_unregister_gameapp_status_callback(TellNotice);
+    const auto descriptors = count("/proc/self/fd");
+    const auto threads = count("/proc/self/task");
+    EXPECT_EQ(ListedGames(), "");
+    EXPECT_EQ(GameList::Newest(), 0);
+    for (int round = 0; round < 20; ++round) {
+        Register();
+        ASSERT_TRUE(told_.WaitFor(Opened(game)));
+        EXPECT_EQ(gamepad_unregister_gameapp_status_callback(TellNotice), 1);
+        told_.Forget();
+    }
+    EXPECT_EQ(count("/proc/self/fd"), descriptors);
+    EXPECT_EQ(count("/proc/self/task"), threads);
+}
+
+TEST_F(APad, RefusesWhatIsNoNewCallback) {
+    EXPECT_EQ(gamepad_register_gameapp_status_callback(nullptr, nullptr), 0);
+    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(nullptr), 0);
+    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(TellNotice), 0);
+    EXPECT_EQ(gamepad_get_all_gameapp_info_list(nullptr), 0);
+    Register();
+    EXPECT_EQ(gamepad_register_gameapp_status_callback(TellNotice, &told_), 0);
+}
+
+class Shares : public APad {
+protected:
+    ~Shares() override {
+        thread_.Run([this] { shares_.clear(); });
+    }
+    GameList& Share(GameList::ChangeFunction on_change, GameList::Turn turn = GameList::Turn::kAfterService) {
+        thread_.Run([&] { shares_.push_back(std::make_unique<GameList>(std::move(on_change), turn)); });
+        return *shares_.back();
+    }
+
+    EventsThread thread_;
+    std::vector<std::unique_ptr<GameList>> shares_;
+};
+
+TEST_F(Shares, AreToldAfterTheService) {
+    Told<std::string> order;
+    Share([&order](pid_t, bool is_open) { order.Add(is_open ? "share opened" : "share closed"); });
+    const auto tell = [](int type, int, void* told) {
+        static_cast<Told<std::string>*>(told)->Add(type == GAMEAPP_OPENED ? "service opened" : "service closed");
+    };
+    ASSERT_EQ(gamepad_register_gameapp_status_callback(tell, &order), 1);
+    Child game = ReaderOf(node_);
+    ASSERT_TRUE(order.WaitForAll({"service opened", "share opened"}));
+    game.Kill();
+    EXPECT_TRUE(order.WaitForAll({"service opened", "share opened", "service closed", "share closed"}));
+    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(tell), 1);
+}
+
+TEST_F(Shares, MayGoWhileTheyAreTold) {
+    std::promise<void> is_gone;
+    Share([&](pid_t, bool) {
+        shares_.clear();
+        is_gone.set_value();
+    });
+    const Child game = ReaderOf(node_);
+    ASSERT_EQ(is_gone.get_future().wait_for(Told<Notice>::kSoon), std::future_status::ready);
+    thread_.Run([] { EXPECT_EQ(GameList::Newest(), 0); });
+}
+
+TEST_F(Shares, MayEndTheNextOne) {
+    Told<std::string> told;
+    Share([&](pid_t, bool is_open) {
+        if (is_open && shares_.size() == 3) {
+            shares_.erase(shares_.begin() + 1);
+        }
+        told.Add("first");
+    });
+    Share([&told](pid_t, bool) { told.Add("second"); });
+    Share([&told](pid_t, bool) { told.Add("third"); });
+    const Child game = ReaderOf(node_);
+    EXPECT_TRUE(told.WaitForAll({"first", "third"}));
+}
+
+TEST_F(Shares, KeepTheListWhenTheServiceLeaves) {
+    Told<Notice> told;
+    Share([&told](pid_t pid, bool is_open) { told.Add({is_open ? GAMEAPP_OPENED : GAMEAPP_CLOSED, pid}); });
+    Register();
+    const Child game = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitFor(Opened(game)));
+    gamepad_unregister_gameapp_status_callback(TellNotice);
+    EXPECT_TRUE(GameList::Contains(game.Pid()));
+    const Child next = ReaderOf(node_);
+    EXPECT_TRUE(told.WaitForAll({Opened(game), Opened(next)}));
+    EXPECT_TRUE(told_.WaitForAll({Opened(game)}));
+}
+
+struct SelfRemover {
+    Told<Notice> told;
+    std::atomic<int> result{-1};
+};
+
+void RemoveItself(int type, int pid, void* data) {
+    auto& remover = *static_cast<SelfRemover*>(data);
+    remover.result = gamepad_unregister_gameapp_status_callback(RemoveItself);
+    remover.told.Add({type, pid});
+}
+
+TEST_F(APad, MayTakeItsCallbackAwayInsideTheCallback) {
+    SelfRemover remover;
+    ASSERT_EQ(gamepad_register_gameapp_status_callback(RemoveItself, &remover), 1);
+    const Child game = ReaderOf(node_);
+    ASSERT_TRUE(remover.told.WaitForAll({Opened(game)}));
+    EXPECT_EQ(remover.result, 1);
+    Register();
+    EXPECT_TRUE(told_.WaitForAll({Opened(game)}));
+    EXPECT_TRUE(remover.told.WaitForAll({Opened(game)}));
+}
+
+struct Stayer {
+    std::promise<void> has_entered;
+    std::promise<void> may_leave;
+    std::atomic<bool> has_left{false};
+};
+
+void Stay(int, int, void* data) {
+    auto& stayer = *static_cast<Stayer*>(data);
+    stayer.has_entered.set_value();
+    stayer.may_leave.get_future().wait();
+    stayer.has_left = true;
+}
+
+TEST_F(APad, WaitsForACallbackThatIsTakenAway) {
+    Stayer stayer;
+    ASSERT_EQ(gamepad_register_gameapp_status_callback(Stay, &stayer), 1);
+    const Child game = ReaderOf(node_);
+    ASSERT_EQ(stayer.has_entered.get_future().wait_for(Told<Notice>::kSoon), std::future_status::ready);
+    auto has_left = std::async(std::launch::async, [&stayer] {
+        EXPECT_EQ(gamepad_unregister_gameapp_status_callback(Stay), 1);
+        return stayer.has_left.load();
+    });
+    EXPECT_EQ(has_left.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    stayer.may_leave.set_value();
+    EXPECT_TRUE(has_left.get());
+}
+
+TEST_F(APad, MayBeUsedFromManyThreads) {
+    std::atomic<bool> is_over{false};
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 3; ++number) {
+        threads.emplace_back([&] {
+            while (!is_over) {
+                ListedGames();
+                GameList::GameAbove(getpid());
+                GameList::Newest();
+                gamepad_register_gameapp_status_callback(TellNotice, &told_);
+                gamepad_unregister_gameapp_status_callback(TellNotice);
+            }
+        });
+    }
+    for (int round = 0; round < 10; ++round) {
+        const Child game = ReaderOf(node_);
+        gamepad::ConnectedPads().Remove(pad_);
+        gamepad::ConnectedPads().Add(pad_, "pad");
+    }
+    is_over = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    told_.Forget();
+    Register();
+    const Child game = ReaderOf(node_);
+    EXPECT_TRUE(told_.WaitFor(Opened(game)));
+}
+
+}  // namespace
