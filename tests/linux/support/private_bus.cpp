@@ -9,18 +9,18 @@
 #include <filesystem>
 #include <stdexcept>
 
-PrivateBus::PrivateBus() {
+PrivateBus::PrivateBus(const std::string& variable) : variable_(variable) {
     char name[] = "/tmp/quorvex-bus-XXXXXX";
     if (mkdtemp(name) == nullptr) {
         throw std::runtime_error("no directory for a bus");
     }
     directory_ = name;
-    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + directory_ + "/bus").c_str(), 1);
+    setenv(variable_.c_str(), ("unix:path=" + directory_ + "/bus").c_str(), 1);
 }
 
 PrivateBus::~PrivateBus() {
     Kill();
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    unsetenv(variable_.c_str());
     std::filesystem::remove_all(directory_);
 }
 

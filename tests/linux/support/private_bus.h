@@ -6,10 +6,10 @@
 #include <string>
 
 /// A real message bus of the test's own, under an address that stays the same when it is restarted. Sets and restores
-/// DBUS_SESSION_BUS_ADDRESS. The bus is not there until Start.
+/// DBUS_SESSION_BUS_ADDRESS, or another variable. The bus is not there until Start.
 class PrivateBus {
 public:
-    PrivateBus();
+    explicit PrivateBus(const std::string& variable = "DBUS_SESSION_BUS_ADDRESS");
     ~PrivateBus();
     PrivateBus(const PrivateBus&) = delete;
     PrivateBus& operator=(const PrivateBus&) = delete;
@@ -18,6 +18,7 @@ public:
     void Kill();
 
 private:
+    const std::string variable_;
     std::string directory_;
     pid_t daemon_ = -1;
 };
