@@ -216,27 +216,27 @@ protected:
     ~Shares() override {
         thread_.Run([this] { shares_.clear(); });
     }
-    GameList& Share(GameList::ChangeFunction on_change, GameList::Turn turn = GameList::Turn::kAfterService) {
-        thread_.Run([&] { shares_.push_back(std::make_unique<GameList>(std::move(on_change), turn)); });
-        return *shares_.back();
+    void Share(const GameList::ChangeFunction& on_change) {
+        thread_.Run([&] { shares_.push_back(std::make_unique<GameList>(on_change)); });
     }
 
     EventsThread thread_;
+    Told<std::string> order_;
     std::vector<std::unique_ptr<GameList>> shares_;
 };
 
+void TellOrder(int type, int /*pid*/, void* order) {
+    static_cast<Told<std::string>*>(order)->Add(type == GAMEAPP_OPENED ? "service opened" : "service closed");
+}
+
 TEST_F(Shares, AreToldAfterTheService) {
-    Told<std::string> order;
-    Share([&order](pid_t, bool is_open) { order.Add(is_open ? "share opened" : "share closed"); });
-    const auto tell = [](int type, int, void* told) {
-        static_cast<Told<std::string>*>(told)->Add(type == GAMEAPP_OPENED ? "service opened" : "service closed");
-    };
-    ASSERT_EQ(gamepad_register_gameapp_status_callback(tell, &order), 1);
+    Share([this](pid_t, bool is_open) { order_.Add(is_open ? "share opened" : "share closed"); });
+    ASSERT_EQ(gamepad_register_gameapp_status_callback(TellOrder, &order_), 1);
     Child game = ReaderOf(node_);
-    ASSERT_TRUE(order.WaitForAll({"service opened", "share opened"}));
+    EXPECT_TRUE(order_.WaitForAll({"service opened", "share opened"}));
     game.Kill();
-    EXPECT_TRUE(order.WaitForAll({"service opened", "share opened", "service closed", "share closed"}));
-    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(tell), 1);
+    EXPECT_TRUE(order_.WaitForAll({"service opened", "share opened", "service closed", "share closed"}));
+    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(TellOrder), 1);
 }
 
 TEST_F(Shares, MayGoWhileTheyAreTold) {
@@ -251,29 +251,27 @@ TEST_F(Shares, MayGoWhileTheyAreTold) {
 }
 
 TEST_F(Shares, MayEndTheNextOne) {
-    Told<std::string> told;
-    Share([&](pid_t, bool is_open) {
+    Share([this](pid_t, bool is_open) {
         if (is_open && shares_.size() == 3) {
             shares_.erase(shares_.begin() + 1);
         }
-        told.Add("first");
+        order_.Add("first");
     });
-    Share([&told](pid_t, bool) { told.Add("second"); });
-    Share([&told](pid_t, bool) { told.Add("third"); });
+    Share([this](pid_t, bool) { order_.Add("second"); });
+    Share([this](pid_t, bool) { order_.Add("third"); });
     const Child game = ReaderOf(node_);
-    EXPECT_TRUE(told.WaitForAll({"first", "third"}));
+    EXPECT_TRUE(order_.WaitForAll({"first", "third"}));
 }
 
 TEST_F(Shares, KeepTheListWhenTheServiceLeaves) {
-    Told<Notice> told;
-    Share([&told](pid_t pid, bool is_open) { told.Add({is_open ? GAMEAPP_OPENED : GAMEAPP_CLOSED, pid}); });
+    Share([this](pid_t pid, bool) { order_.Add(std::to_string(pid)); });
     Register();
     const Child game = ReaderOf(node_);
     ASSERT_TRUE(told_.WaitFor(Opened(game)));
     gamepad_unregister_gameapp_status_callback(TellNotice);
     EXPECT_TRUE(GameList::Contains(game.Pid()));
     const Child next = ReaderOf(node_);
-    EXPECT_TRUE(told.WaitForAll({Opened(game), Opened(next)}));
+    EXPECT_TRUE(order_.WaitForAll({std::to_string(game.Pid()), std::to_string(next.Pid())}));
     EXPECT_TRUE(told_.WaitForAll({Opened(game)}));
 }
 
