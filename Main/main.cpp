@@ -3,9 +3,10 @@
 #include <glib.h>
 #include <semaphore.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
 #include "../ContextManager/src/GamepadContextManager.h"
 #include "../EventHandler/src/GamepadEventDispatcher.h"
@@ -78,12 +79,21 @@ void SignalRelay::m_HandleReceived() {
     }
 }
 
-void InstallHandler(int signo) {
+// No signal may come between the first message, which tells whoever started us that we are there, and the handlers.
+void StartWithHandlers() {
+    sigset_t handled;
+    sigset_t before;
+    sigemptyset(&handled);
+    sigaddset(&handled, SIGTERM);
+    sigaddset(&handled, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &handled, &before);
+    LOG_AS("main", __LINE__, DLOG_INFO, "quorvex Start");
     struct sigaction action = {};
     action.sa_handler = sig_handler;
     action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    sigaction(signo, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGUSR1, &action, nullptr);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 // True when there was a loop to ask.
@@ -109,22 +119,22 @@ void sig_handler(int signo) {
     if (signo == SIGUSR1) {
         is_gamepad_service_accessible = false;
     }
+    if (signo > 0 && signo < NSIG) {
+        ++s_tReceived.aCount[signo];
+    }
     // Only a signal that finds a loop ends one; an earlier one is logged and no more.
     if ((signo == SIGUSR1 || signo == SIGTERM) && gLoop != nullptr) {
         s_tReceived.bQuitsLoop = true;
-    }
-    if (signo > 0 && signo < NSIG) {
-        ++s_tReceived.aCount[signo];
     }
     sem_post(&s_tReceived.tWakeUp);
     errno = savedErrno;
 }
 
 void QuitMainLoop() {
-    constexpr useconds_t RETRY_US = 1000;
+    constexpr std::chrono::milliseconds RETRY{1};
     // A loop that exists but does not run yet forgets that it was asked, so it is asked until it is gone.
     while (AskMainLoopToQuit()) {
-        usleep(RETRY_US);
+        std::this_thread::sleep_for(RETRY);
     }
 }
 
@@ -162,14 +172,12 @@ void DeInitialize() {
 }
 
 int main() {
-    LOGI("quorvex Start");
+    StartWithHandlers();
     SignalRelay relay;
     if (!relay.Create("SignalRelay", CThread::STACK_SIZE)) {
         LOGE("Create[SignalRelay]failed!");
         return -1;
     }
-    InstallHandler(SIGTERM);
-    InstallHandler(SIGUSR1);
     if (!Initialize()) {
         LOGE("Call[Initialize]err");
         return -1;
