@@ -49,6 +49,16 @@ void KeepLost(SemaphoreState* pState) REQUIRES(TimeMutex) {
     s_pLost = pState;
 }
 
+SemaphoreState* NewState(int count) {
+    try {
+        auto* pState = new SemaphoreState;
+        pState->m_iCount = count;
+        return pState;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
 bool TakeUnit(SemaphoreState& state) REQUIRES(TimeMutex) {
     if (state.m_iCount <= 0) {
         return false;
@@ -88,11 +98,7 @@ bool CSemaphore::Create(int count) {
         REPORT("FlagCreate() == false");
         KeepLost(m_pState);
     }
-    auto* pState = new (std::nothrow) SemaphoreState;
-    if (pState != nullptr) {
-        pState->m_iCount = count;
-    }
-    m_pState = pState;
+    m_pState = NewState(count);
     return FlagCreate();
 }
 

@@ -21,7 +21,10 @@ constexpr int STATUS_FOCUS = 5;
 constexpr int STATUS_HIDE = 7;
 
 struct AppId {
-    explicit AppId(int pid) { aul_app_get_appid_bypid(pid, szText, APP_ID_LENGTH); }
+    explicit AppId(int pid) {
+        aul_app_get_appid_bypid(pid, szText, APP_ID_LENGTH);
+        szText[APP_ID_LENGTH - 1] = '\0';
+    }
     char szText[APP_ID_LENGTH] = {};
 };
 

@@ -193,7 +193,9 @@ void AppLauncher::m_RequestAppIdByRunTitle(const char* runtitle) {
         LOGE("[%s] is not asked for: there is no semaphore to wait on", runtitle);
         return;
     }
-    const int result = was_request_appid_by_runtitle(runtitle, m_strEtag.c_str(), m_WASRequestAppIdCallback, this);
+    // A copy: the answer may replace the tag before the library has returned.
+    const std::string etag = m_strEtag;
+    const int result = was_request_appid_by_runtitle(runtitle, etag.c_str(), m_WASRequestAppIdCallback, this);
     if (result != 0) {
         LOGE("Call[was_request_appid_by_runtitle]ret[%d]", result);
         return;

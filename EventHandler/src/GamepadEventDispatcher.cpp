@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -65,6 +66,8 @@ bool GamepadEventDispatcher::Initialize() {
     }
     m_oAppLauncher.Initialize();
     if (!m_CreateThreads()) {
+        // A polling thread that runs already is kept out of what is taken down.
+        CScopedLock lock(m_tDeviceLock);
         m_oRemoteController.DeInitialize();
         m_oAppLauncher.DeInitialize();
         return false;
@@ -200,7 +203,8 @@ void GamepadEventDispatcher::m_RegisterGameApps(char* list) {
     constexpr int DECIMAL = 10;
     char* rest = nullptr;
     for (char* field = strtok_r(list, ",", &rest); field != nullptr; field = strtok_r(nullptr, ",", &rest)) {
-        const int pid = static_cast<int>(strtol(field, nullptr, DECIMAL));
+        const long number = strtol(field, nullptr, DECIMAL);
+        const int pid = static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
         GamepadContextManager* pContextManager = Singleton<GamepadContextManager>::GetInstance();
         if (pContextManager != nullptr) {
             pContextManager->RegisterGameAppPID(pid);

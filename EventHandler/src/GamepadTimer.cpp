@@ -109,19 +109,18 @@ void GamepadTimer::t_Main() {
 
 void GamepadTimer::m_WaitOnce() {
     constexpr char OPERATION[] = "t_Main";
-    if (m_bStart) {
-        LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Wait[%lu]ms!", m_ulWaitMSec);
-        if (m_IsDisarmedWithin(m_ulWaitMSec)) {
-            LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Wake up!");
-        } else {
-            LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Timeout!");
-            m_bStart = false;
-            ExecuteCallback(0, &m_iDeviceId, nullptr, nullptr);
-        }
-    }
     if (!m_bStart) {
         LOG_AS(OPERATION, __LINE__, DLOG_ERROR, "Timer do not Start!");
+        return;
     }
+    LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Wait[%lu]ms!", m_ulWaitMSec);
+    if (m_IsDisarmedWithin(m_ulWaitMSec)) {
+        LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Wake up!");
+        return;
+    }
+    LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Timeout!");
+    m_bStart = false;
+    ExecuteCallback(0, &m_iDeviceId, nullptr, nullptr);
 }
 
 // A press and its release that both came before the thread woke up leave a unit behind that no wait has consumed; it
