@@ -6,7 +6,8 @@
 extern "C" {
 #endif
 
-/* A status signal; arrives on a thread of the platform's choice. */
+/* A status signal; arrives on a thread of the platform's choice. None is under way any more when unregistering returns,
+   except the one that unregisters from inside itself. */
 typedef int (*aul_app_status_fn)(int pid, int status, void* data);
 
 int aul_listen_app_status_signal(aul_app_status_fn handler, void* data); /* -1 on failure; (NULL, NULL) unregisters */

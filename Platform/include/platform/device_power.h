@@ -8,7 +8,8 @@ extern "C" {
 
 typedef struct _device_poweroff_info _device_poweroff_info; /* opaque */
 
-/* A standby notice; arrives on a thread of the platform's choice. */
+/* A standby notice; arrives on a thread of the platform's choice. None is under way any more when unsubscribing
+   returns, except the one that unsubscribes from inside itself. */
 typedef void (*device_power_standby_fn)(_device_poweroff_info* info, void* user_data);
 
 int device_power_subscribe_standby_event(device_power_standby_fn callback, void* user_data); /* 0 on success */

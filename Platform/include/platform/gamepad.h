@@ -32,7 +32,8 @@ enum { GAMEPAD_MODE_MENU = 1 };
 enum { GAMEPAD_CONNECTED = 11, GAMEPAD_DISCONNECTED = 12 };
 enum { GAMEAPP_OPENED = 0, GAMEAPP_CLOSED = 1 };
 
-/* Both arrive on a thread of the library's and may block for the length of a polling pass. */
+/* Both arrive on a thread of the library's and may block for the length of a polling pass. None is under way any more
+   when unregistering returns, except the one that unregisters from inside itself. */
 typedef void (*gamepad_connection_fn)(int type, struct _gamepad_device_info_s info, void* user_data);
 typedef void (*gamepad_gameapp_status_fn)(int type, int pid, void* user_data);
 
