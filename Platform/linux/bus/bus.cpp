@@ -349,7 +349,7 @@ bool Bus::Call(const Member& method, const FillFunction& fill, ReplyFunction onR
     sd_bus_slot_set_destroy_callback(slot, DeletePendingCall);
     sd_bus_slot_set_floating(slot, 1);
     sd_bus_slot_unref(slot);
-    pending.release();
+    static_cast<void>(pending.release());
     return true;
 }
 

@@ -118,7 +118,8 @@ int __dlog_print(log_id_t log_id, int priority, const char* tag, const char* for
     char message[LogText::kCapacity];
     va_list arguments;
     va_start(arguments, format);
-    const int formatted = std::vsnprintf(message, sizeof message, format, arguments);
+    const int formatted = std::vsnprintf(  // NOLINT(clang-analyzer-valist.Uninitialized): it is, a line above
+        message, sizeof message, format, arguments);
     va_end(arguments);
     const size_t length = TextLength(formatted, message, sizeof message, format);
     const int result = Write(log, log_id, priority, tag == nullptr ? kOwnTag : tag, message, length);
