@@ -275,6 +275,27 @@ TEST_F(Shares, KeepTheListWhenTheServiceLeaves) {
     EXPECT_TRUE(told_.WaitForAll({Opened(game)}));
 }
 
+TEST_F(Shares, BeginWithTheGamesThatRun) {
+    Register();
+    const Child game = ReaderOf(node_);
+    ASSERT_TRUE(told_.WaitFor(Opened(game)));
+    Share([this](pid_t pid, bool is_open) { order_.Add((is_open ? "opened " : "closed ") + std::to_string(pid)); });
+    EXPECT_TRUE(order_.WaitForAll({"opened " + std::to_string(game.Pid())}));
+    EXPECT_TRUE(told_.WaitForAll({Opened(game)}));
+}
+
+TEST_F(Shares, LeaveTheServiceToBeToldAfterItReadTheList) {
+    Share([](pid_t, bool) {});
+    const Child game = ReaderOf(node_);
+    const auto deadline = steady_clock::now() + Told<Notice>::kSoon;
+    while (!GameList::Contains(game.Pid()) && steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
+    Register();
+    EXPECT_EQ(ListedGames(), std::to_string(game.Pid()));
+    EXPECT_TRUE(told_.WaitForAll({Opened(game)}));
+}
+
 struct SelfRemover {
     Told<Notice> told;
     std::atomic<int> result{-1};

@@ -2,25 +2,28 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 #include "gamepad/games/ledger.h"
 
 namespace games {
-
-bool operator==(const Change& one, const Change& other) {
-    return one.pid == other.pid && one.is_open == other.is_open;
-}
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::vector<Change> TakeAll(Ledger& ledger, long long now) {
-    std::vector<Change> changes;
+using Told = std::pair<pid_t, bool>;
+
+/// What the one who joined with this number is told, taken together with what is meant for others.
+std::vector<Told> TakeAll(Ledger& ledger, long long now, unsigned long long number = 0) {
+    std::vector<Told> told;
     while (const std::optional<Change> change = ledger.Take(now)) {
-        changes.push_back(*change);
+        if (change->first <= number && number < change->end) {
+            told.emplace_back(change->pid, change->is_open);
+        }
     }
-    return changes;
+    return told;
 }
 
 TEST(AGame, OpensWithItsFirstSourceOnly) {
@@ -76,35 +79,59 @@ TEST(Games, AreKnownBySource) {
 
 TEST(Changes, AreTakenOnceAndInOrder) {
     Ledger ledger;
+    ledger.Join();
     EXPECT_TRUE(ledger.Add(1, Source::kReader));
     EXPECT_FALSE(ledger.Add(1, Source::kGameMode));
     EXPECT_TRUE(ledger.Add(2, Source::kReader));
     EXPECT_TRUE(ledger.Erase(1));
     EXPECT_FALSE(ledger.Remove(1, Source::kReader));
-    EXPECT_THAT(TakeAll(ledger, 0), ElementsAre(Change{1, true}, Change{2, true}, Change{1, false}));
+    EXPECT_THAT(TakeAll(ledger, 0), ElementsAre(Told{1, true}, Told{2, true}, Told{1, false}));
     EXPECT_THAT(TakeAll(ledger, 0), IsEmpty());
     EXPECT_EQ(ledger.DueAt(), std::nullopt);
 }
 
 TEST(Changes, WaitForWhoHasJustReadTheText) {
     Ledger ledger;
+    ledger.Join();
     ledger.Add(1, Source::kReader);
     ledger.Add(2, Source::kReader);
     EXPECT_EQ(ledger.TextAndHold(500), "1,2");
     EXPECT_EQ(ledger.TextAndHold(400), "1,2");
     EXPECT_EQ(ledger.DueAt(), 500);
     EXPECT_THAT(TakeAll(ledger, 499), IsEmpty());
-    EXPECT_THAT(TakeAll(ledger, 500), ElementsAre(Change{1, true}, Change{2, true}));
+    EXPECT_THAT(TakeAll(ledger, 500), ElementsAre(Told{1, true}, Told{2, true}));
 }
 
 TEST(Changes, AreForgottenWithTheGames) {
     Ledger ledger;
+    ledger.Join();
     ledger.Add(1, Source::kReader);
     ledger.Clear();
     EXPECT_FALSE(ledger.Contains(1));
     EXPECT_EQ(ledger.Newest(), 0);
     EXPECT_EQ(ledger.TextAndHold(0), "");
     EXPECT_THAT(TakeAll(ledger, 0), IsEmpty());
+}
+
+TEST(Changes, BeginWithTheGamesThatRunForWhoeverJoins) {
+    Ledger ledger;
+    ledger.Join();
+    ledger.Add(1, Source::kReader);
+    ledger.Add(2, Source::kReader);
+    TakeAll(ledger, 0);
+    ledger.Erase(1);
+    const unsigned long long second = ledger.Join();
+    ledger.Erase(2);
+    EXPECT_THAT(TakeAll(ledger, 0, second), ElementsAre(Told{2, true}, Told{2, false}));
+}
+
+TEST(Changes, OfOneWhoJoinsAreNobodyElses) {
+    Ledger ledger;
+    ledger.Join();
+    ledger.Add(1, Source::kReader);
+    ledger.Join();
+    ledger.Erase(1);
+    EXPECT_THAT(TakeAll(ledger, 0), ElementsAre(Told{1, true}, Told{1, false}));
 }
 
 }  // namespace

@@ -18,11 +18,11 @@ class Tracker;
 /// Order    a change shows in the list first; then the service's callback is told; then, when that has returned, the
 ///          other shares in the order in which they were made. So whoever tells the service of the focus in onChange
 ///          can rely on the service knowing the game.
-/// Start    the games that run already become known within moments of the first share, as changes; a later share is not
-///          told of those that are in the list when it is made.
+/// Start    each share is told of the games that run when it is made, and of those that are found within moments of the
+///          first share, as if they opened then.
 class GameList {
 public:
-    /// Arrives on "platform-events"; once for each opening and once for each closing of a process, by turns.
+    /// Arrives on "platform-events"; of one process an opening, then its closing, and so on by turns.
     using ChangeFunction = std::function<void(pid_t pid, bool is_open)>;
     enum class Turn { kService, kAfterService };
 

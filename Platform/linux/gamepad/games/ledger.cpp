@@ -6,7 +6,7 @@ namespace games {
 
 bool Ledger::NoteLocked(bool is_change, pid_t pid, bool is_open) {
     if (is_change) {
-        untold_.push_back({pid, is_open});
+        untold_.push_back({pid, is_open, 0, joined_});
     }
     return is_change;
 }
@@ -30,6 +30,15 @@ void Ledger::Clear() {
     const std::lock_guard<std::mutex> hold(lock_);
     games_ = GameSet();
     untold_.clear();
+}
+
+unsigned long long Ledger::Join() {
+    const std::lock_guard<std::mutex> hold(lock_);
+    const unsigned long long number = joined_++;
+    for (const pid_t pid : games_.Pids()) {
+        untold_.push_back({pid, true, number, number + 1});
+    }
+    return number;
 }
 
 std::optional<Change> Ledger::Take(long long now) {

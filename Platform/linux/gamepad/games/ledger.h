@@ -11,9 +11,12 @@
 
 namespace games {
 
+/// Meant for those who joined with a number from `first` to before `end`.
 struct Change {
     pid_t pid;
     bool is_open;
+    unsigned long long first;
+    unsigned long long end;
 };
 
 /// Threads  any; one leaf lock.
@@ -24,6 +27,9 @@ public:
     bool Remove(pid_t pid, Source source);  ///< true: this closed the game
     bool Erase(pid_t pid);                  ///< true: this closed the game
     void Clear();                           ///< no games, and nothing left to tell
+
+    /// The number of one more who is to be told: of the games that run as if they opened now, then of each change.
+    unsigned long long Join();
 
     /// The oldest change that was not taken yet; none before HeldUntil.
     std::optional<Change> Take(long long now);
@@ -42,6 +48,7 @@ private:
     mutable std::mutex lock_;
     GameSet games_;
     std::deque<Change> untold_;
+    unsigned long long joined_ = 0;  // so many so far
     long long held_until_ = 0;
 };
 

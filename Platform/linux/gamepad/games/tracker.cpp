@@ -61,7 +61,8 @@ void Tracker::FollowPads() {
 }
 
 void Tracker::Join(GameList& list, GameList::Turn turn) {
-    lists_[{turn, joined_++}] = &list;
+    lists_[{turn, TheLedger().Join()}] = &list;
+    telling_.At(0);
 }
 
 void Tracker::Leave(const GameList& list) {
@@ -119,6 +120,7 @@ void Tracker::SetRegistered(const std::vector<pid_t>& pids) {
 
 void Tracker::SetReaders(const std::vector<Reader>& readers) {
     std::vector<pid_t> pids;
+    pids.reserve(readers.size());
     for (const Reader& reader : readers) {
         pids.push_back(reader.pid);
     }
@@ -143,13 +145,11 @@ void Tracker::Tell() {
     }
 }
 
-/// Shares that are made meanwhile found the change in the list already.
 void Tracker::TellAll(const Change& change) {
-    const unsigned long long joined = joined_;
     Place told{GameList::Turn::kService, 0};
     for (auto next = lists_.begin(); next != lists_.end(); next = lists_.upper_bound(told)) {
         told = next->first;
-        if (told.second < joined) {
+        if (told.second >= change.first && told.second < change.end) {
             const GameList::ChangeFunction on_change = next->second->on_change_;  // the share may go meanwhile
             on_change(change.pid, change.is_open);
         }

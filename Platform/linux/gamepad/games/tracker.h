@@ -35,7 +35,7 @@ public:
     void Leave(const GameList& list);
 
 private:
-    using Place = std::pair<GameList::Turn, unsigned long long>;  // by whose turn it is, then by age
+    using Place = std::pair<GameList::Turn, unsigned long long>;  // by whose turn it is, then by the ledger's number
 
     void FollowPads();
     void Add(pid_t pid, Source source, const std::string& why);
@@ -50,7 +50,6 @@ private:
 
     const EventsThread thread_;
     std::map<Place, GameList*> lists_;
-    unsigned long long joined_ = 0;  // so many so far
     std::map<pid_t, std::unique_ptr<PidWatch>> watches_;
     Timer telling_;
     ReaderWatch readers_;
