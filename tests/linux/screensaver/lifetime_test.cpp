@@ -1,10 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
-#include "bare_compositor.h"
+#include "model_compositor.h"
 #include "platform/screensaver.h"
 #include "private_x_server.h"
 #include "saver_session.h"
@@ -65,12 +64,10 @@ TEST_F(TheState, MayBeWatchedAndIgnoredWhileResetsGoOn) {
 }
 
 TEST_F(TheState, OfACompositorWithoutAWayMakesTheResetFail) {
-    const BareCompositor compositor(settings_.Root() + "/wayland");
-    setenv("WAYLAND_DISPLAY", (settings_.Root() + "/wayland").c_str(), 1);
+    const ModelCompositor compositor(settings_.Root() + "/wayland", 0);
     Watch();
     EXPECT_TRUE(WaitUntil([] { return screensaver_reset() != 0; }));
     Ignore();
-    unsetenv("WAYLAND_DISPLAY");
 }
 
 }  // namespace
