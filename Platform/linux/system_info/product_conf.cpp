@@ -7,6 +7,7 @@
 
 #include "platform/dlog.h"
 #include "settings/complaints.h"
+#include "settings/value.h"
 #include "tzplatform/base_directory.h"
 
 namespace {
@@ -30,44 +31,51 @@ bool IsAbsence(const GError& error) {
     return error.domain == G_FILE_ERROR && (error.code == G_FILE_ERROR_NOENT || error.code == G_FILE_ERROR_NOTDIR);
 }
 
-/// Tells the error, if any, and frees it.
-void Settle(const std::string& about, const std::string& consequence, bool isProblem, GError* error) {
-    if (isProblem) {
-        TheComplaints().Tell({about, about + ": " + error->message + "; " + consequence});
-    } else {
-        TheComplaints().Over(about);
-    }
-    g_clear_error(&error);
-}
-
 KeyFile Load(const std::string& path) {
     KeyFile file(g_key_file_new(), g_key_file_free);
     GError* error = nullptr;
     g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, &error);
-    Settle(path, "the file is not used", error != nullptr && !IsAbsence(*error), error);
+    if (error != nullptr && !IsAbsence(*error)) {
+        TheComplaints().Tell({path, path + ": " + error->message + "; the file is not used"});
+    } else {
+        TheComplaints().Over(path);
+    }
+    g_clear_error(&error);
     return file;
 }
 
+/// The value as it stands in the file.
+std::optional<std::string> Text(GKeyFile& file, const char* key) {
+    const std::unique_ptr<char, decltype(&g_free)> text(g_key_file_get_value(&file, kGroup, key, nullptr), g_free);
+    return text == nullptr ? std::nullopt : std::optional<std::string>(text.get());
+}
+
 template <typename Value, typename Get>
-std::optional<Value> Read(const char* key, Get get) {
+std::optional<Value> Read(const char* key, const char* expected, Get get) {
     const std::string path = Path();
     const KeyFile file = Load(path);
-    if (g_key_file_has_key(file.get(), kGroup, key, nullptr) == 0) {
+    const std::optional<std::string> text = Text(*file, key);
+    if (!text) {
         return std::nullopt;
     }
+    const std::string about = path + ", " + key;
     GError* error = nullptr;
     const Value value = static_cast<Value>(get(file.get(), kGroup, key, &error));
-    const bool isBad = error != nullptr;
-    Settle(path + ", " + key, "it is not used", isBad, error);
-    return isBad ? std::nullopt : std::optional<Value>(value);
+    if (error == nullptr) {
+        TheComplaints().Over(about);
+        return value;
+    }
+    g_error_free(error);
+    TheComplaints().Tell({about, about + ": " + expected + " is expected, not " + Quoted(*text) + "; it is not used"});
+    return std::nullopt;
 }
 
 }  // namespace
 
 std::optional<bool> ProductFlag(const char* key) {
-    return Read<bool>(key, g_key_file_get_boolean);
+    return Read<bool>(key, "true or false", g_key_file_get_boolean);
 }
 
 std::optional<int> ProductNumber(const char* key) {
-    return Read<int>(key, g_key_file_get_integer);
+    return Read<int>(key, "a whole number", g_key_file_get_integer);
 }
