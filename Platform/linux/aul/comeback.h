@@ -1,0 +1,42 @@
+#ifndef PLATFORM_LINUX_AUL_COMEBACK_H
+#define PLATFORM_LINUX_AUL_COMEBACK_H
+
+#include <glib.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "bus/socket_watch.h"
+
+namespace aul {
+
+/// The way back to a server that is not there: says when it is worth trying again, and tells its coming and going in
+/// one message each.
+///
+/// Threads  made, used and destroyed on the thread of the context, where tryAgain arrives.
+class Comeback {
+public:
+    Comeback(GMainContext* context, std::string what, std::function<void()> tryAgain);
+    Comeback(const Comeback&) = delete;
+    Comeback& operator=(const Comeback&) = delete;
+
+    /// tryAgain comes when something happens around the socket, or after a delay that grows with each failure where
+    /// nothing can happen there. `socketPath` is empty for a server that has none in the file system.
+    void Gone(const std::string& socketPath, const std::string& why);
+    void There();
+
+private:
+    enum class Told { kNothing, kGone, kThere };
+
+    GMainContext* context_;
+    const std::string what_;
+    const std::function<void()> tryAgain_;
+    unsigned delaySeconds_;
+    Told told_ = Told::kNothing;
+    std::unique_ptr<SocketWatch> watch_;
+};
+
+}  // namespace aul
+
+#endif
