@@ -1,7 +1,10 @@
 #include "display/x11_display.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <cstdlib>
+#include <mutex>
 #include <utility>
 
 #include "platform/dlog.h"
@@ -36,6 +39,21 @@ struct X11Display::Source {
     X11Display* display;
 };
 
+/// One try to connect, by a thread that may hang for as long as the server does.
+struct X11Display::Attempt {
+    ~Attempt() {
+        if (connection != nullptr) {
+            xcb->xcb_disconnect(connection);
+        }
+    }
+    const Xcb* xcb = nullptr;
+    std::string name;
+    xcb_connection_t* connection = nullptr;
+    X11Display* display = nullptr;  ///< who waits for it, null for nobody; only the context's thread looks
+    std::mutex lock;
+    GMainContext* context = nullptr;  ///< where it is waited for; null when it is not any more
+};
+
 X11Display::X11Display(GMainContext* context, const char* purpose, Handlers handlers)
     : context_(context), purpose_(purpose), handlers_(std::move(handlers)), retrySeconds_(kFirstRetrySeconds) {}
 
@@ -55,6 +73,11 @@ void X11Display::Start() {
 
 X11Display::~X11Display() {
     serverWatch_.reset();
+    if (attempt_ != nullptr) {
+        attempt_->display = nullptr;
+        const std::lock_guard<std::mutex> lock(attempt_->lock);
+        attempt_->context = nullptr;
+    }
     Close();
 }
 
@@ -62,28 +85,77 @@ bool X11Display::IsOffered() {
     return Variable("WAYLAND_DISPLAY").empty() && !Variable("DISPLAY").empty();
 }
 
-bool X11Display::Open() {
-    int screen = 0;
-    connection_ = xcb_->xcb_connect(nullptr, &screen);
-    if (xcb_->xcb_connection_has_error(connection_) != 0) {
-        xcb_->xcb_disconnect(std::exchange(connection_, nullptr));
-        return false;
-    }
-    root_ = xcb_->xcb_setup_roots_iterator(xcb_->xcb_get_setup(connection_)).data->root;
-    return true;
+// Watched while it is tried, so that a server that comes in between is not missed.
+void X11Display::Connect() {
+    WaitForServer();
+    TryOnce();
 }
 
-void X11Display::Connect() {
-    serverWatch_.reset();
-    if (!Open()) {
-        // Watched first and tried again then, so that a server that comes in between is not missed.
-        WaitForServer();
-        if (!Open()) {
-            Lose();
-            return;
-        }
-        serverWatch_.reset();
+void X11Display::TryOnce() {
+    mustTryAgain_ = attempt_ != nullptr;
+    if (mustTryAgain_) {
+        return;
     }
+    attempt_ = std::make_shared<Attempt>();
+    attempt_->xcb = xcb_;
+    attempt_->name = Variable("DISPLAY");
+    attempt_->context = context_;
+    attempt_->display = this;
+    auto* share = new std::shared_ptr<Attempt>(attempt_);
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, RunAttempt, share) != 0) {
+        delete share;
+        attempt_.reset();
+        Lose();
+        return;
+    }
+    pthread_detach(thread);
+}
+
+// Extensions are asked for here too, because that waits as well; the answers are kept with the connection.
+void* X11Display::RunAttempt(void* share) {
+    const std::shared_ptr<Attempt> attempt = *static_cast<std::shared_ptr<Attempt>*>(share);
+    ForgetAttempt(share);
+    attempt->connection = attempt->xcb->xcb_connect(attempt->name.c_str(), nullptr);
+    if (attempt->xcb->xcb_connection_has_error(attempt->connection) == 0) {
+        attempt->xcb->xcb_get_extension_data(attempt->connection, attempt->xcb->screensaver);
+        attempt->xcb->xcb_get_extension_data(attempt->connection, attempt->xcb->dpms);
+    }
+    const std::lock_guard<std::mutex> lock(attempt->lock);
+    if (attempt->context != nullptr) {
+        GSource* done = g_idle_source_new();
+        g_source_set_priority(done, G_PRIORITY_DEFAULT);
+        g_source_set_callback(done, FinishAttempt, new std::shared_ptr<Attempt>(attempt), ForgetAttempt);
+        g_source_attach(done, attempt->context);
+        g_source_unref(done);
+    }
+    return nullptr;
+}
+
+void X11Display::ForgetAttempt(gpointer share) {
+    delete static_cast<std::shared_ptr<Attempt>*>(share);
+}
+
+gboolean X11Display::FinishAttempt(gpointer share) {
+    const std::shared_ptr<Attempt> attempt = *static_cast<std::shared_ptr<Attempt>*>(share);
+    if (attempt->display != nullptr) {
+        attempt->display->attempt_.reset();
+        attempt->display->OnAttempt(std::exchange(attempt->connection, nullptr));
+    }
+    return G_SOURCE_REMOVE;
+}
+
+void X11Display::OnAttempt(xcb_connection_t* connection) {
+    connection_ = connection;
+    if (xcb_->xcb_connection_has_error(connection_) != 0) {
+        Lose();
+        if (mustTryAgain_) {
+            TryOnce();
+        }
+        return;
+    }
+    serverWatch_.reset();
+    root_ = xcb_->xcb_setup_roots_iterator(xcb_->xcb_get_setup(connection_)).data->root;
     retrySeconds_ = kFirstRetrySeconds;
     Attach();
     if (wasTold_) {
@@ -91,6 +163,7 @@ void X11Display::Connect() {
                      Variable("DISPLAY").c_str());
         wasTold_ = false;
     }
+    isUp_ = true;
     handlers_.onUp();
 }
 
@@ -110,6 +183,7 @@ void X11Display::Attach() {
 
 void X11Display::Close() {
     questions_.clear();
+    isUp_ = false;
     if (source_ != nullptr) {
         g_source_destroy(source_);
         g_source_unref(source_);

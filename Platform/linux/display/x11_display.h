@@ -15,7 +15,9 @@
 ///
 /// Threads  made, used and destroyed on the thread of the context; all functions given to it are called there. They may
 ///          not destroy it.
-/// Waits    for the server only while connecting; replies come as callbacks.
+/// Waits    for nothing: connecting has a short-lived thread of its own, since a server that hangs makes its clients
+/// wait
+///          without limit; replies come as callbacks.
 /// Errors   one message when the display is lost and one when it is back, beginning with the purpose.
 class X11Display {
 public:
@@ -37,7 +39,7 @@ public:
     /// Whether this session has an X display at all, connected or not.
     static bool IsOffered();
 
-    bool IsUp() const { return connection_ != nullptr; }
+    bool IsUp() const { return isUp_; }
     /// The following need a display that is up. What is requested is sent when the callback returns.
     const Xcb& Functions() const { return *xcb_; }
     xcb_connection_t* Connection() const { return connection_; }
@@ -48,13 +50,15 @@ public:
 
 private:
     struct Source;
+    struct Attempt;
     struct Question {
         unsigned sequence;
         ReplyFunction onReply;
     };
 
     void Connect();
-    bool Open();
+    void TryOnce();
+    void OnAttempt(xcb_connection_t* connection);
     void Attach();
     void Lose();
     void Close();
@@ -62,6 +66,9 @@ private:
     bool AnswerOne();
     void Process();
 
+    static void* RunAttempt(void* share);
+    static gboolean FinishAttempt(gpointer share);
+    static void ForgetAttempt(gpointer share);
     static gboolean Prepare(GSource* source, gint* timeout);
     static gboolean Check(GSource* source);
     static gboolean Dispatch(GSource* source, GSourceFunc callback, gpointer data);
@@ -73,10 +80,13 @@ private:
     xcb_connection_t* connection_ = nullptr;
     xcb_window_t root_ = 0;
     GSource* source_ = nullptr;
-    gpointer tag_ = nullptr;    ///< of the descriptor in the source
-    bool mayHaveRead_ = false;  ///< what a wait has read lies in the queue
+    gpointer tag_ = nullptr;     ///< of the descriptor in the source
+    bool mayHaveRead_ = false;   ///< what a wait has read lies in the queue
+    bool mustTryAgain_ = false;  ///< something happened while a try was under way
+    bool isUp_ = false;
     bool wasTold_ = false;
     unsigned retrySeconds_;
     std::list<Question> questions_;
+    std::shared_ptr<Attempt> attempt_;  ///< while one is made
     std::unique_ptr<SocketWatch> serverWatch_;
 };

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 #include "model_compositor.h"
 #include "platform/screensaver.h"
@@ -11,6 +13,11 @@
 namespace {
 
 using TheState = SaverSession;
+
+size_t OpenDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
+}
 
 TEST_F(TheState, IsOffWhereThereIsNothingAndAResetSucceeds) {
     EXPECT_EQ(screensaver_reset(), 0);
@@ -50,6 +57,51 @@ TEST_F(TheState, IsWatchedFromABusThatComesLater) {
     sessionBus_.Start();
     OutputOf("xset s activate");
     EXPECT_TRUE(BecomesOn());
+    Ignore();
+}
+
+// A server that was stopped accepts connections and never answers.
+TEST_F(TheState, IsGivenUpAtOnceWhileTheServerHangs) {
+    PrivateXServer server;
+    server.Start();
+    server.Stop();
+    Watch();
+    EXPECT_EQ(screensaver_reset(), 0);
+    const auto before = std::chrono::steady_clock::now();
+    Ignore();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(5));
+    server.Continue();
+}
+
+TEST_F(TheState, IsWatchedAgainWhenAServerThatHungGoesOn) {
+    PrivateXServer server;
+    server.Start();
+    OutputOf("xset s activate");
+    server.Stop();
+    Watch();
+    server.Continue();
+    EXPECT_TRUE(BecomesOn());
+    Ignore();
+}
+
+TEST_F(TheState, LeavesNothingBehindWhenBusAndServerRestart) {
+    PrivateXServer server;
+    Watch();
+    const auto restart = [&] {
+        sessionBus_.Start();
+        server.Start();
+        OutputOf("xset s activate");
+        EXPECT_TRUE(BecomesOn());
+        server.Kill();
+        sessionBus_.Kill();
+        EXPECT_TRUE(BecomesOff());
+    };
+    restart();
+    const size_t descriptors = OpenDescriptors();
+    for (int i = 0; i < 20; ++i) {
+        restart();
+    }
+    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors() <= descriptors; })) << descriptors;
     Ignore();
 }
 

@@ -1,5 +1,6 @@
 #include "private_x_server.h"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -49,4 +50,12 @@ void PrivateXServer::Kill() {
     server_.reset();
     unlink(SocketOf(name_).c_str());
     unlink(LockOf(name_).c_str());
+}
+
+void PrivateXServer::Stop() const {
+    kill(server_->Id(), SIGSTOP);
+}
+
+void PrivateXServer::Continue() const {
+    kill(server_->Id(), SIGCONT);
 }

@@ -17,6 +17,9 @@ public:
 
     void Start();
     void Kill();
+    /// Makes it hang, and go on.
+    void Stop() const;
+    void Continue() const;
 
 private:
     std::string name_;
