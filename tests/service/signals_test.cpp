@@ -193,16 +193,26 @@ protected:
             std::this_thread::yield();
         }
     }
+    /// To the main thread. ThreadSanitizer may hold back what arrives there from outside, so with it the signal is one
+    /// of this thread's own, which its handler gets at once.
+    static void Send(ServiceProcess& process) {
+#if defined(__SANITIZE_THREAD__)
+        static_cast<void>(process);
+        raise(SIGTERM);
+#else
+        process.Signal(SIGTERM);
+#endif
+    }
 };
 
 TEST_P(AtAnyMoment, TheFirstOrTheSecondSignalEndsTheProgram) {
     ServiceProcess process(platform);
     ASSERT_TRUE(platform.WaitForLog("Constructor is called"));  // the handlers are there
     WaitForMoment(3 + static_cast<size_t>(GetParam()));
-    process.Signal(SIGTERM);
+    Send(process);
     ASSERT_TRUE(platform.WaitForLog(Received(SIGTERM)));
     if (!process.WaitForEnd(kForAWhile)) {
-        process.Signal(SIGTERM);
+        Send(process);
     }
     EXPECT_EQ(process.WaitForEnd(), 0);
     EXPECT_THAT(platform.Leftovers(), IsEmpty());
