@@ -9,6 +9,8 @@
 #include <mutex>
 #include <utility>
 
+#include "display/connect_lock.h"
+
 namespace aul {
 namespace {
 
@@ -32,10 +34,15 @@ bool StartDetached(void* (*entry)(void*), void* argument) {
     return isStarted;
 }
 
+xcb_connection_t* ConnectAlone(const XcbLibrary& xcb, const std::string& name, int& screen) {
+    const std::lock_guard<std::mutex> alone(xcbConnectLock);
+    return xcb.connect(name.c_str(), &screen);
+}
+
 }  // namespace
 
 X11Display::X11Display(const XcbLibrary& xcb, const std::string& name)
-    : xcb_(xcb), connection_(xcb.connect(name.c_str(), &screen_)) {}
+    : xcb_(xcb), connection_(ConnectAlone(xcb, name, screen_)) {}
 
 X11Display::~X11Display() {
     xcb_.disconnect(connection_);

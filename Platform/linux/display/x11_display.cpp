@@ -7,6 +7,7 @@
 #include <mutex>
 #include <utility>
 
+#include "display/connect_lock.h"
 #include "platform/dlog.h"
 
 namespace {
@@ -116,7 +117,10 @@ void X11Display::TryOnce() {
 void* X11Display::RunAttempt(void* share) {
     const std::shared_ptr<Attempt> attempt = *static_cast<std::shared_ptr<Attempt>*>(share);
     ForgetAttempt(share);
-    attempt->connection = attempt->xcb->xcb_connect(attempt->name.c_str(), nullptr);
+    {
+        const std::lock_guard<std::mutex> alone(xcbConnectLock);
+        attempt->connection = attempt->xcb->xcb_connect(attempt->name.c_str(), nullptr);
+    }
     if (attempt->xcb->xcb_connection_has_error(attempt->connection) == 0) {
         attempt->xcb->xcb_get_extension_data(attempt->connection, attempt->xcb->screensaver);
         attempt->xcb->xcb_get_extension_data(attempt->connection, attempt->xcb->dpms);

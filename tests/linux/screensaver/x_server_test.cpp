@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 #include <xcb/screensaver.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <memory>
-#include <thread>
+#include <mutex>
 
+#include "display/connect_lock.h"
 #include "platform/screensaver.h"
 #include "private_x_server.h"
 #include "saver_session.h"
@@ -18,7 +18,11 @@ protected:
 
     /// Milliseconds without user input, as the server counts them.
     static unsigned IdleTime() {
-        xcb_connection_t* display = xcb_connect(nullptr, nullptr);
+        xcb_connection_t* display = nullptr;
+        {
+            const std::lock_guard<std::mutex> alone(xcbConnectLock);
+            display = xcb_connect(nullptr, nullptr);
+        }
         const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
         const std::unique_ptr<xcb_screensaver_query_info_reply_t, decltype(&std::free)> info(
             xcb_screensaver_query_info_reply(display, xcb_screensaver_query_info(display, root), nullptr), std::free);
