@@ -76,6 +76,17 @@ public:
         changed_.notify_all();
         return result;
     }
+    /// The same where nothing that the function needs may be null: then it is misused, and fails.
+    template <class Effect>
+    int RunWithAll(bool hasAll, const char* function, std::vector<std::string> arguments, Convention convention,
+                   Effect effect) {
+        return Run(function, std::move(arguments), convention, [&] {
+            if (!hasAll) {
+                ViolateLocked(std::string(function) + " without all that it needs");
+            }
+            return hasAll ? effect() : convention.failure;
+        });
+    }
     /// Records the call, runs its hook, and answers with what the test planned for it.
     std::optional<int> Enter(const char* function, std::vector<std::string> arguments, int failure);
     std::unique_lock<std::mutex> Lock() const { return std::unique_lock<std::mutex>(mutex_); }

@@ -53,14 +53,14 @@ int FakeApps::OnAppId(int pid, char* appId, int length) {
         snprintf(appId, static_cast<size_t>(length), "%s", found->second.id.c_str());
         return 0;
     };
-    return recorder_.Run("aul_app_get_appid_bypid",
-                         {ArgumentText(pid), PointerText(appId != nullptr), ArgumentText(length)}, kZeroIsSuccess,
-                         effect);
+    return recorder_.RunWithAll(appId != nullptr, "aul_app_get_appid_bypid",
+                                {ArgumentText(pid), PointerText(appId != nullptr), ArgumentText(length)},
+                                kZeroIsSuccess, effect);
 }
 
 int FakeApps::OnStatus(const char* appId) {
     const Convention any_status{-2, -1};
-    return recorder_.Run("aul_app_get_status", {ArgumentText(appId)}, any_status, [&] {
+    return recorder_.RunWithAll(appId != nullptr, "aul_app_get_status", {ArgumentText(appId)}, any_status, [&] {
         const auto found =
             std::find_if(apps_.begin(), apps_.end(), [&](const auto& app) { return app.second.id == appId; });
         return found == apps_.end() ? -1 : found->second.status;

@@ -170,6 +170,10 @@ int FakeGamepad::OnClose() {
 template <class Callback>
 int FakeGamepad::Register(const char* function, Registration<Callback>& slot, Callback callback, void* user) {
     return Run(function, {PointerText(callback != nullptr), PointerText(user != nullptr)}, [&] {
+        if (callback == nullptr) {
+            recorder_.ViolateLocked(std::string(function) + " of nobody");
+            return 0;
+        }
         if (slot.callback != nullptr) {
             recorder_.ViolateLocked(std::string(function) + " a second time");
         }
@@ -210,6 +214,10 @@ int FakeGamepad::OnUnregister(gamepad_gameapp_status_fn callback) {
 
 int FakeGamepad::OnGameApps(char** text) {
     return Run("gamepad_get_all_gameapp_info_list", {PointerText(text != nullptr)}, [&] {
+        if (text == nullptr) {
+            recorder_.ViolateLocked("gamepad_get_all_gameapp_info_list without a place for the text");
+            return 0;
+        }
         *text = NewGameAppText(gameApps_);
         return 1;
     });
@@ -248,7 +256,7 @@ int FakeGamepad::LowestFreeIdLocked() {
 
 int FakeGamepad::OnCreate(const char* uid, int* deviceId) {
     return Run("gamepad_create_device", {ArgumentText(uid), PointerText(deviceId != nullptr)}, [&] {
-        const Pad* const pad = FindPadLocked(uid);
+        const Pad* const pad = uid != nullptr && deviceId != nullptr ? FindPadLocked(uid) : nullptr;
         if (pad == nullptr) {
             return 0;
         }

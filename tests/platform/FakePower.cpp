@@ -36,8 +36,9 @@ int FakePower::OnSubscribe(device_power_standby_fn callback, void* user) {
         user_ = user;
         return 0;
     };
-    return recorder_.Run("device_power_subscribe_standby_event",
-                         {PointerText(callback != nullptr), PointerText(user != nullptr)}, kZeroIsSuccess, effect);
+    return recorder_.RunWithAll(callback != nullptr, "device_power_subscribe_standby_event",
+                                {PointerText(callback != nullptr), PointerText(user != nullptr)}, kZeroIsSuccess,
+                                effect);
 }
 
 int FakePower::OnUnsubscribe(device_power_standby_fn callback) {

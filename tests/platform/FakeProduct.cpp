@@ -16,17 +16,19 @@ void FakeProduct::SetDirectory(int id, const std::string& path) {
 }
 
 int FakeProduct::OnCustomBool(const char* key, bool* value) {
-    return recorder_.Run("system_info_get_custom_bool", {ArgumentText(key)}, kZeroIsSuccess, [&] {
-        const auto found = flags_.find(key);
-        return found == flags_.end() ? -1 : (*value = found->second, 0);
-    });
+    return recorder_.RunWithAll(key != nullptr && value != nullptr, "system_info_get_custom_bool", {ArgumentText(key)},
+                                kZeroIsSuccess, [&] {
+                                    const auto found = flags_.find(key);
+                                    return found == flags_.end() ? -1 : (*value = found->second, 0);
+                                });
 }
 
 int FakeProduct::OnValueInt(int key, int* value) {
-    return recorder_.Run("system_info_get_value_int", {ArgumentText(key)}, kZeroIsSuccess, [&] {
-        const auto found = numbers_.find(key);
-        return found == numbers_.end() ? -1 : (*value = found->second, 0);
-    });
+    return recorder_.RunWithAll(value != nullptr, "system_info_get_value_int", {ArgumentText(key)}, kZeroIsSuccess,
+                                [&] {
+                                    const auto found = numbers_.find(key);
+                                    return found == numbers_.end() ? -1 : (*value = found->second, 0);
+                                });
 }
 
 const char* FakeProduct::OnGetenv(int id) {

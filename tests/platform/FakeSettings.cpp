@@ -100,24 +100,26 @@ keynode_t* FakeSettings::MakeNode(Setting value) {
 }
 
 int FakeSettings::OnGetInt(const char* key, int* value) {
-    return recorder_.Run("vconf_get_int", {ArgumentText(key)}, kZeroIsSuccess, [&] {
-        const auto found = values_.find(key);
-        const int* const stored = found == values_.end() ? nullptr : std::get_if<int>(&found->second);
-        return stored == nullptr ? -1 : (*value = *stored, 0);
-    });
+    return recorder_.RunWithAll(
+        key != nullptr && value != nullptr, "vconf_get_int", {ArgumentText(key)}, kZeroIsSuccess, [&] {
+            const auto found = values_.find(key);
+            const int* const stored = found == values_.end() ? nullptr : std::get_if<int>(&found->second);
+            return stored == nullptr ? -1 : (*value = *stored, 0);
+        });
 }
 
 int FakeSettings::OnGetBool(const char* key, int* value) {
-    return recorder_.Run("vconf_get_bool", {ArgumentText(key)}, kZeroIsSuccess, [&] {
-        const auto found = values_.find(key);
-        const bool* const stored = found == values_.end() ? nullptr : std::get_if<bool>(&found->second);
-        return stored == nullptr ? -1 : (*value = *stored ? 1 : 0, 0);
-    });
+    return recorder_.RunWithAll(
+        key != nullptr && value != nullptr, "vconf_get_bool", {ArgumentText(key)}, kZeroIsSuccess, [&] {
+            const auto found = values_.find(key);
+            const bool* const stored = found == values_.end() ? nullptr : std::get_if<bool>(&found->second);
+            return stored == nullptr ? -1 : (*value = *stored ? 1 : 0, 0);
+        });
 }
 
 char* FakeSettings::OnGetStr(const char* key) {
     char* copy = nullptr;
-    recorder_.Run("vconf_get_str", {ArgumentText(key)}, kZeroIsSuccess, [&] {
+    recorder_.RunWithAll(key != nullptr, "vconf_get_str", {ArgumentText(key)}, kZeroIsSuccess, [&] {
         const auto found = values_.find(key);
         const auto* const stored = found == values_.end() ? nullptr : std::get_if<std::string>(&found->second);
         copy = stored == nullptr ? nullptr : strdup(stored->c_str());
@@ -127,17 +129,19 @@ char* FakeSettings::OnGetStr(const char* key) {
 }
 
 int FakeSettings::OnSetInt(const char* key, int value) {
-    return recorder_.Run("vconf_set_int", {ArgumentText(key), ArgumentText(value)}, kZeroIsSuccess, [&] {
-        SetLocked(key, value);
-        return 0;
-    });
+    return recorder_.RunWithAll(key != nullptr, "vconf_set_int", {ArgumentText(key), ArgumentText(value)},
+                                kZeroIsSuccess, [&] {
+                                    SetLocked(key, value);
+                                    return 0;
+                                });
 }
 
 int FakeSettings::OnSetStr(const char* key, const char* value) {
-    return recorder_.Run("vconf_set_str", {ArgumentText(key), ArgumentText(value)}, kZeroIsSuccess, [&] {
-        SetLocked(key, std::string(value));
-        return 0;
-    });
+    return recorder_.RunWithAll(key != nullptr && value != nullptr, "vconf_set_str",
+                                {ArgumentText(key), ArgumentText(value)}, kZeroIsSuccess, [&] {
+                                    SetLocked(key, std::string(value));
+                                    return 0;
+                                });
 }
 
 std::list<FakeSettings::Watch>::iterator FakeSettings::FindLocked(const std::string& key, vconf_callback_fn callback) {
@@ -154,9 +158,9 @@ int FakeSettings::OnNotify(const char* key, vconf_callback_fn callback, void* us
         watches_.push_back({key, callback, user});
         return 0;
     };
-    return recorder_.Run("vconf_notify_key_changed",
-                         {ArgumentText(key), PointerText(callback != nullptr), PointerText(user != nullptr)},
-                         kZeroIsSuccess, effect);
+    return recorder_.RunWithAll(key != nullptr && callback != nullptr, "vconf_notify_key_changed",
+                                {ArgumentText(key), PointerText(callback != nullptr), PointerText(user != nullptr)},
+                                kZeroIsSuccess, effect);
 }
 
 int FakeSettings::OnIgnore(const char* key, vconf_callback_fn callback) {
@@ -169,8 +173,8 @@ int FakeSettings::OnIgnore(const char* key, vconf_callback_fn callback) {
         watches_.erase(found);
         return 0;
     };
-    return recorder_.Run("vconf_ignore_key_changed", {ArgumentText(key), PointerText(callback != nullptr)},
-                         kZeroIsSuccess, effect);
+    return recorder_.RunWithAll(key != nullptr && callback != nullptr, "vconf_ignore_key_changed",
+                                {ArgumentText(key), PointerText(callback != nullptr)}, kZeroIsSuccess, effect);
 }
 
 template <class Type>

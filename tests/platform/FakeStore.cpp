@@ -28,8 +28,8 @@ void FakeStore::SendHeldAnswersToNobody() {
 
 int FakeStore::OnRequest(const char* title, const char* etag, was_appid_fn callback, void* user) {
     const auto effect = [&] { return StartLocked(title, callback, user); };
-    return recorder_.Run(
-        "was_request_appid_by_runtitle",
+    return recorder_.RunWithAll(
+        title != nullptr && title[0] != '\0' && callback != nullptr, "was_request_appid_by_runtitle",
         {ArgumentText(title), ArgumentText(etag), PointerText(callback != nullptr), PointerText(user != nullptr)},
         kZeroIsSuccess, effect);
 }

@@ -254,12 +254,14 @@ TEST(Pads, AreRefusedUnderAnUnknownOrClosedId) {
     EXPECT_THAT(platform.TakeViolations(), ElementsAre(HasSubstr("device 3"), HasSubstr("device 4")));
 }
 
+void Notice(int type, _gamepad_device_info_s info, void* user);
+
 TEST(Pads, AreNotReadableAfterTheConnectionWasClosed) {
     FakePlatform platform;
     gamepad_open_for_custom_mode(GAMEPAD_MODE_MENU, 0);
     gamepad_close();
     gamepad_get_connected_gampad_count();
-    gamepad_register_connection_callback(nullptr, nullptr);
+    gamepad_register_connection_callback(Notice, nullptr);
     gamepad_close();
     EXPECT_THAT(platform.TakeViolations(),
                 ElementsAre(HasSubstr("after gamepad_close"), HasSubstr("without an open connection")));
