@@ -15,6 +15,7 @@ namespace {
 
 std::vector<char*> Pointers(const std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (const std::string& text : texts) {
         pointers.push_back(const_cast<char*>(text.c_str()));
     }
@@ -22,17 +23,9 @@ std::vector<char*> Pointers(const std::vector<std::string>& texts) {
     return pointers;
 }
 
-std::vector<std::string> Environment(const std::vector<std::string>& added) {
-    std::vector<std::string> all(added);
-    for (char** variable = environ; *variable != nullptr; ++variable) {
-        all.emplace_back(*variable);
-    }
-    return all;
-}
-
 }  // namespace
 
-Child::Child(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+Child::Child(const std::vector<std::string>& command) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) {
         throw std::system_error(errno, std::generic_category(), "pipe");
@@ -42,8 +35,8 @@ Child::Child(const std::vector<std::string>& command, const std::vector<std::str
     posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    const int error = posix_spawnp(&pid_, command.front().c_str(), &actions, nullptr, Pointers(command).data(),
-                                   Pointers(Environment(environment)).data());
+    const int error =
+        posix_spawnp(&pid_, command.front().c_str(), &actions, nullptr, Pointers(command).data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[0]);
     input_ = ends[1];

@@ -9,7 +9,7 @@
 /// What it prints goes nowhere. Killed and waited for at the end, if it was not before.
 class Child {
 public:
-    explicit Child(const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
+    explicit Child(const std::vector<std::string>& command);
     ~Child();
     Child(Child&& other) noexcept;
     Child& operator=(Child&& other) = delete;

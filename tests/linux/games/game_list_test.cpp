@@ -59,6 +59,16 @@ TEST_F(APad, MakesAGameOfItsReader) {
     EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(1));
 }
 
+TEST_F(APad, NeedsNoBus) {
+    daemon_.KillBus();
+    Register();
+    Child game = ReaderOf(node_);
+    const pid_t pid = game.Pid();
+    ASSERT_TRUE(told_.WaitForAll({Opened(game)}));
+    game.Kill();
+    EXPECT_TRUE(told_.WaitForAll({{GAMEAPP_OPENED, pid}, Closed(pid)}));
+}
+
 TEST_F(APad, LeavesNoGameWhenItGoes) {
     Register();
     const Child game = ReaderOf(node_);
@@ -348,6 +358,7 @@ TEST_F(APad, WaitsForACallbackThatIsTakenAway) {
 TEST_F(APad, MayBeUsedFromManyThreads) {
     std::atomic<bool> is_over{false};
     std::vector<std::thread> threads;
+    threads.reserve(3);
     for (int number = 0; number < 3; ++number) {
         threads.emplace_back([&] {
             while (!is_over) {

@@ -30,14 +30,11 @@ void AwaitDaemon() {
 GameModeDaemon::GameModeDaemon() {
     home_.Write("gamemode.ini", "[general]\nreaper_freq=5\ninhibit_screensaver=0\nrenice=0\nioprio=off\n");
     setenv("XDG_CONFIG_HOME", home_.Path("").c_str(), 1);
-    // The bus finds no services to start here: a daemon that the test killed stays dead.
-    setenv("XDG_DATA_DIRS", home_.Path("").c_str(), 1);
     bus_.Start();
 }
 
 GameModeDaemon::~GameModeDaemon() {
     daemon_.reset();
-    unsetenv("XDG_DATA_DIRS");
     unsetenv("XDG_CONFIG_HOME");
 }
 
@@ -50,11 +47,18 @@ void GameModeDaemon::Kill() {
     daemon_->Kill();
 }
 
-void GameModeDaemon::RestartBus() {
+void GameModeDaemon::KillBus() {
     bus_.Kill();
+}
+
+void GameModeDaemon::StartBus() {
     bus_.Start();
 }
 
-Child GameModeDaemon::Game() {
-    return Child({"/usr/games/gamemoderun", "/bin/sleep", "1000"});
+// Its own program begins when GameMode has answered, so that a daemon that is killed then leaves no call open, for
+// which the bus would start another one.
+Child GameModeDaemon::Game() const {
+    Child game({"/usr/games/gamemoderun", "/bin/sh", "-c", "echo >\"$0\"; read line", has_registered_.Path()});
+    has_registered_.Await();
+    return game;
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "child.h"
+#include "fifo.h"
 #include "private_bus.h"
 #include "temporary_folder.h"
 
@@ -17,13 +18,15 @@ public:
 
     void Start();  ///< and waits until it owns its name
     void Kill();   ///< without a warning
-    void RestartBus();
+    void KillBus();
+    void StartBus();
 
-    /// A process that registers itself as a game and then sleeps.
-    static Child Game();
+    /// A process that has registered itself as a game and waits for a line on its standard input.
+    Child Game() const;
 
 private:
     TemporaryFolder home_;
+    const Fifo has_registered_{home_.Path("fifo")};
     PrivateBus bus_;
     std::unique_ptr<Child> daemon_;
 };

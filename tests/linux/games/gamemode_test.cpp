@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -98,11 +101,41 @@ TEST_F(WithGameMode, ALostBusClosesItsGames) {
     Register();
     Child game = daemon_.Game();
     ASSERT_TRUE(told_.WaitFor(Opened(game)));
-    daemon_.RestartBus();
+    daemon_.KillBus();
     EXPECT_TRUE(told_.WaitFor(Closed(game.Pid())));
+    daemon_.StartBus();
     daemon_.Start();
     Child next = daemon_.Game();
     EXPECT_TRUE(told_.WaitFor(Opened(next)));
+}
+
+TEST_F(WithGameMode, TheBusMayComeLater) {
+    daemon_.KillBus();
+    Register();
+    EXPECT_EQ(ListedGames(), "");
+    daemon_.StartBus();
+    daemon_.Start();
+    Child game = daemon_.Game();
+    EXPECT_TRUE(told_.WaitForAll({Opened(game)}));
+}
+
+TEST_F(WithGameMode, ManyBusesLeaveNothingBehind) {
+    Register();
+    std::ptrdiff_t descriptors = 0;
+    for (int round = 0; round < 12; ++round) {
+        daemon_.Start();
+        Child game = daemon_.Game();
+        const pid_t pid = game.Pid();
+        ASSERT_TRUE(told_.WaitFor(Opened(game)));
+        game.Kill();
+        ASSERT_TRUE(told_.WaitFor(Closed(pid)));
+        const std::filesystem::directory_iterator all("/proc/self/fd");
+        const auto now = std::distance(begin(all), end(all));
+        descriptors = round < 2 ? now : descriptors;
+        EXPECT_EQ(now, descriptors) << "round " << round;
+        daemon_.KillBus();
+        daemon_.StartBus();
+    }
 }
 
 TEST_F(WithGameMode, ADozenShortGamesAreEachOpenedAndClosed) {

@@ -26,7 +26,7 @@ ProcessName NameWhenItRuns(const Child& child, const std::string& executable) {
 class AProgram : public testing::Test {
 protected:
     std::string CopyOfSleep(const std::string& name) const {
-        const std::string path = folder_.Path(name);
+        std::string path = folder_.Path(name);
         std::filesystem::copy_file("/bin/sleep", path);
         return path;
     }

@@ -29,7 +29,7 @@ inline void TellNotice(int type, int pid, void* told) {
 inline std::string ListedGames() {
     char* text = nullptr;
     const int result = gamepad_get_all_gameapp_info_list(&text);
-    const std::string list = result == 1 ? text : "failed";
+    std::string list = result == 1 ? text : "failed";
     free(text);
     return list;
 }
