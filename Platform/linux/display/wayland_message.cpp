@@ -52,7 +52,7 @@ uint32_t WaylandArguments::Word() {
 
 std::string WaylandArguments::Text() {
     const size_t size = std::min<size_t>(Word(), left_);
-    const std::string text(data_, strnlen(data_, size));
+    std::string text(data_, strnlen(data_, size));
     const size_t step = std::min(Padded(size), left_);
     data_ += step;
     left_ -= step;

@@ -34,6 +34,7 @@
     X(xcb_dpms_force_level)
 
 struct Xcb {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a member's name stands without
 #define QUORVEX_MEMBER(name) decltype(&::name) name;
     QUORVEX_XCB_FUNCTIONS(QUORVEX_MEMBER)
     QUORVEX_XCB_SCREENSAVER_FUNCTIONS(QUORVEX_MEMBER)

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kNames[] = {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver", "org.mate.ScreenSaver",
                                   "org.cinnamon.ScreenSaver"};
-constexpr gint64 kSearchUs = 5 * G_USEC_PER_SEC;
+constexpr gint64 kSearchUs = 5000000;
 constexpr unsigned kLingerSeconds = 60;  // twice the time between two resets while a pad is in use
 
 }  // namespace
