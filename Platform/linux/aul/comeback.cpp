@@ -22,8 +22,15 @@ void Comeback::Gone(const std::string& socketPath, const std::string& why) {
                      why.c_str());
         told_ = Told::kGone;
     }
-    watch_ = std::make_unique<SocketWatch>(context_, socketPath, delaySeconds_, tryAgain_);
-    delaySeconds_ = std::min(2 * delaySeconds_, kLastDelaySeconds);
+    const gint64 end = g_get_monotonic_time() + gint64{delaySeconds_} * G_USEC_PER_SEC;
+    watch_ = std::make_unique<SocketWatch>(context_, socketPath, delaySeconds_, [this, end] { Try(end); });
+}
+
+// Before the end of the delay something happened: the server may be about to listen, so the next delay is short again.
+void Comeback::Try(gint64 end) {
+    const bool isLate = g_get_monotonic_time() >= end;
+    delaySeconds_ = isLate ? std::min(2 * delaySeconds_, kLastDelaySeconds) : kFirstDelaySeconds;
+    tryAgain_();
 }
 
 // A server that is there from the beginning is not worth a message.

@@ -21,12 +21,14 @@ public:
     Comeback(const Comeback&) = delete;
     Comeback& operator=(const Comeback&) = delete;
 
-    /// tryAgain comes when something happens around the socket, or after a delay that grows with each failure where
-    /// nothing can happen there. `socketPath` is empty for a server that has none in the file system.
+    /// tryAgain comes when something happens around the socket, or after a delay that grows as long as nothing does.
+    /// `socketPath` is empty for a server that has none in the file system.
     void Gone(const std::string& socketPath, const std::string& why);
     void There();
 
 private:
+    void Try(gint64 end);
+
     enum class Told { kNothing, kGone, kThere };
 
     GMainContext* context_;

@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 #include <signal.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -83,86 +85,87 @@ xcb_atom_t X11Display::Atom(const char* name) const {
     return atom;
 }
 
-/// What the thread and its connector share: once `connector` is null, nobody waits any more.
+/// What the thread and its connector share. The thread's result is announced by `isDone` becoming readable.
 struct X11Connector::Attempt {
-    std::mutex lock;
-    X11Connector* connector;
-    GMainContext* const context;
+    const XcbLibrary& xcb;
     const std::string name;
+    const int isDone = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    std::mutex lock;
+    bool isForgotten = false;
     std::unique_ptr<X11Display> display;
 
-    Attempt(X11Connector* owner, GMainContext* ownersContext, std::string displayName)
-        : connector(owner), context(g_main_context_ref(ownersContext)), name(std::move(displayName)) {}
-    ~Attempt() { g_main_context_unref(context); }
+    Attempt(const XcbLibrary& library, std::string displayName) : xcb(library), name(std::move(displayName)) {}
+    Attempt(const Attempt&) = delete;
+    Attempt& operator=(const Attempt&) = delete;
+    ~Attempt() {
+        if (isDone >= 0) {
+            close(isDone);
+        }
+    }
 
     static void* Run(void* argument) {
-        const std::unique_ptr<std::shared_ptr<Attempt>> self(static_cast<std::shared_ptr<Attempt>*>(argument));
         pthread_setname_np(pthread_self(), "platform-x11");
-        const XcbLibrary* xcb = XcbLibrary::Get();
-        (*self)->Hand(xcb != nullptr ? X11Display::Connect(*xcb, (*self)->name) : nullptr, *self);
+        {
+            const std::unique_ptr<std::shared_ptr<Attempt>> self(static_cast<std::shared_ptr<Attempt>*>(argument));
+            (*self)->Announce(X11Display::Connect((*self)->xcb, (*self)->name));
+        }
         --threads;
         return nullptr;
     }
 
-    void Hand(std::unique_ptr<X11Display> connected, const std::shared_ptr<Attempt>& self) {
+    void Announce(std::unique_ptr<X11Display> connected) {
         const std::lock_guard<std::mutex> hold(lock);
-        if (connector == nullptr) {
-            return;
+        if (!isForgotten) {
+            display = std::move(connected);
+            eventfd_write(isDone, 1);
         }
-        display = std::move(connected);
-        GSource* source = g_idle_source_new();
-        g_source_set_priority(source, G_PRIORITY_DEFAULT);
-        g_source_set_callback(source, Deliver, new std::shared_ptr<Attempt>(self),
-                              [](gpointer data) { delete static_cast<std::shared_ptr<Attempt>*>(data); });
-        g_source_attach(source, context);
-        g_source_unref(source);
     }
 
-    static gboolean Deliver(gpointer data) {
-        const std::shared_ptr<Attempt> self = *static_cast<std::shared_ptr<Attempt>*>(data);
-        X11Connector* connector = nullptr;
-        {
-            const std::lock_guard<std::mutex> hold(self->lock);
-            connector = self->connector;
-        }
-        if (connector != nullptr) {
-            connector->Done(std::move(self->display));
-        }
-        return G_SOURCE_REMOVE;
+    std::unique_ptr<X11Display> Take() {
+        const std::lock_guard<std::mutex> hold(lock);
+        return std::move(display);
     }
 };
 
 X11Connector::X11Connector(GMainContext* context, const std::string& name, DoneFunction onDone)
     : onDone_(std::move(onDone)) {
-    unsigned limit = 0;
-    if (threads < kMostThreads) {
-        attempt_ = std::make_shared<Attempt>(this, context, name);
-        auto argument = std::make_unique<std::shared_ptr<Attempt>>(attempt_);
-        ++threads;
-        if (StartDetached(Attempt::Run, argument.get())) {
-            argument.release();
-            limit = kTimeLimitMs;
-        } else {
-            --threads;
-        }
+    const bool isStarted = Start(name);
+    if (isStarted) {
+        done_.WhenReadable(context, attempt_->isDone, [this] { Done(attempt_->Take()); });
     }
-    timeLimit_.After(context, limit, [this] { Done(nullptr); });
+    timeLimit_.After(context, isStarted ? kTimeLimitMs : 0, [this] { Done(nullptr); });
+}
+
+bool X11Connector::Start(const std::string& name) {
+    const XcbLibrary* xcb = XcbLibrary::Get();
+    if (xcb == nullptr || threads >= kMostThreads) {
+        return false;
+    }
+    attempt_ = std::make_shared<Attempt>(*xcb, name);
+    if (attempt_->isDone < 0) {
+        return false;
+    }
+    auto argument = std::make_unique<std::shared_ptr<Attempt>>(attempt_);
+    ++threads;
+    if (!StartDetached(Attempt::Run, argument.get())) {
+        --threads;
+        return false;
+    }
+    argument.release();
+    return true;
 }
 
 X11Connector::~X11Connector() {
-    Forget();
-}
-
-void X11Connector::Forget() {
     if (attempt_ != nullptr) {
         const std::lock_guard<std::mutex> hold(attempt_->lock);
-        attempt_->connector = nullptr;
+        attempt_->isForgotten = true;
+        attempt_->display.reset();
     }
 }
 
 void X11Connector::Done(std::unique_ptr<X11Display> display) {
     timeLimit_.Stop();
-    Forget();
+    done_.Stop();
     const DoneFunction onDone = std::move(onDone_);
     onDone(std::move(display));
 }

@@ -58,12 +58,13 @@ public:
 
 private:
     struct Attempt;
+    bool Start(const std::string& name);
     void Done(std::unique_ptr<X11Display> display);
-    void Forget();
 
     DoneFunction onDone_;
-    ContextSource timeLimit_;
     std::shared_ptr<Attempt> attempt_;
+    ContextSource done_;
+    ContextSource timeLimit_;
 };
 
 }  // namespace aul

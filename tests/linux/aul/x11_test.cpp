@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,38 +16,11 @@
 #include "private_bus.h"
 #include "private_x_server.h"
 #include "program.h"
+#include "window.h"
 
 namespace {
 
 const int kMessagesAreShown = setenv("QUORVEX_LOG", "info", 1);
-
-std::string ToolPath() {
-    return (std::filesystem::read_symlink("/proc/self/exe").parent_path() / "x11_window").string();
-}
-
-/// A process with a window. Another program may stand before it on the command line.
-class Window {
-public:
-    explicit Window(std::vector<std::string> options = {}, std::vector<std::string> before = {}) {
-        before.push_back(ToolPath());
-        before.insert(before.end(), options.begin(), options.end());
-        Program::Setting setting;
-        setting.output = output_.Path("out");
-        program_ = std::make_unique<Program>(before, setting);
-        EXPECT_TRUE(WaitUntil([&] { return std::ifstream(output_.Path("out")) >> id_ >> pid_ ? true : false; }));
-    }
-    int Pid() const { return pid_; }
-    int StartedAs() const { return program_->Id(); }
-    void Activate() const { OutputOf(ToolPath() + " --activate " + std::to_string(id_)); }
-    void Close() const { kill(pid_, SIGUSR1); }
-    void Kill() { program_->Kill(); }
-
-private:
-    TemporaryFolder output_;
-    std::unique_ptr<Program> program_;
-    unsigned id_ = 0;
-    int pid_ = 0;
-};
 
 /// Without window manager, bus and listener, until the test makes them.
 class OnAnXServer : public testing::Test {
@@ -57,18 +29,12 @@ protected:
         server_.Start();
         StartManager();
     }
-    // It runs the command once it is ready for windows.
-    void StartManager() {
-        const TemporaryFolder folder;
-        manager_ = std::make_unique<Program>(
-            std::vector<std::string>{"openbox", "--sm-disable", "--startup", "touch " + folder.Path("ready")});
-        EXPECT_TRUE(WaitUntil([&] { return std::filesystem::exists(folder.Path("ready")); }));
-    }
+    void StartManager() { manager_ = std::make_unique<WindowManager>(); }
 
     OwnSettings settings_;
     PrivateBus bus_;  // not there
     PrivateXServer server_;
-    std::unique_ptr<Program> manager_;
+    std::unique_ptr<WindowManager> manager_;
     Heard heard_;
 };
 
