@@ -11,11 +11,16 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "CThread/CSemaphore.h"
+#include "SemaphoreWatch.h"
+
 extern "C" {
 int __real_gettimeofday(timeval* now, void* zone);
+int __real_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
 int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline);
 int __real_usleep(useconds_t time);
 int __wrap_gettimeofday(timeval* now, void* zone);
+int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
 int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline);
 int __wrap_usleep(useconds_t time);
 }
@@ -132,6 +137,14 @@ int __wrap_gettimeofday(timeval* now, void* zone) {
     const Microseconds time = clock->Now();
     *now = {time.count() / 1000000, time.count() % 1000000};
     return 0;
+}
+
+int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
+    if (mutex != &TimeMutex.tMutex) {
+        return __real_pthread_cond_wait(condition, mutex);
+    }
+    const SemaphoreWatch::Rest rest;
+    return __real_pthread_cond_wait(condition, mutex);
 }
 
 int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline) {

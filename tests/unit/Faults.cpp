@@ -7,12 +7,12 @@
 #include <algorithm>
 #include <condition_variable>
 #include <cstdarg>
-#include <deque>
 #include <map>
 #include <mutex>
 #include <new>
 
 #include "CThread/CSemaphore.h"
+#include "SemaphoreWatch.h"
 
 namespace {
 
@@ -22,13 +22,14 @@ struct PlannedFault {
     int callsToGo;
 };
 
+/// Made without an allocation, since the allocation function looks at it.
 struct ThreadPlan {
     std::vector<PlannedFault> faults;
     int allocationsToGo = 0;
     bool clockSet = false;
     timeval clock{};
     long clockStep = 0;
-    std::deque<int> timedWaits;
+    std::vector<int> timedWaits;
     std::vector<timespec> deadlines;
 };
 
@@ -64,6 +65,11 @@ int Fault(const char* function) {
         }
     }
     return 0;
+}
+
+bool AllocationRefused() {
+    ThreadPlan& plan = Plan();
+    return plan.allocationsToGo > 0 && --plan.allocationsToGo == 0;
 }
 
 bool IsOurs(const pthread_mutex_t* mutex) {
@@ -182,6 +188,7 @@ int __real_pthread_cond_signal(pthread_cond_t* condition);
 int __real_pthread_cond_destroy(pthread_cond_t* condition);
 int __real_gettimeofday(timeval* now, void* zone);
 int __real_usleep(unsigned microseconds);
+void* __real__Znwm(std::size_t size);
 
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument) {
     const int fault = Fault("pthread_create");
@@ -190,21 +197,25 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
     const int result = __real_pthread_mutex_lock(mutex);
+    SemaphoreWatch::NoteLock(IsOurs(mutex));
     const int fault = IsOurs(mutex) ? Fault("pthread_mutex_lock") : 0;
     return fault != 0 ? fault : result;
 }
 
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     const int fault = IsOurs(mutex) ? Fault("pthread_mutex_unlock") : 0;
+    SemaphoreWatch::NoteUnlock(IsOurs(mutex));
     const int result = __real_pthread_mutex_unlock(mutex);
     return fault != 0 ? fault : result;
 }
 
 int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
     const int fault = Fault("pthread_cond_wait");
-    if (IsOurs(mutex)) {
-        NoteWait(/*timed=*/false);
+    if (!IsOurs(mutex)) {
+        return fault != 0 ? fault : __real_pthread_cond_wait(condition, mutex);
     }
+    NoteWait(/*timed=*/false);
+    const SemaphoreWatch::Rest rest;
     return fault != 0 ? fault : __real_pthread_cond_wait(condition, mutex);
 }
 
@@ -213,13 +224,13 @@ int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mu
         return __real_pthread_cond_timedwait(condition, mutex, deadline);
     }
     ThreadPlan& plan = Plan();
-    plan.deadlines.push_back(*deadline);
     NoteWait(/*timed=*/true);
+    plan.deadlines.push_back(*deadline);
     if (plan.timedWaits.empty()) {
         return __real_pthread_cond_timedwait(condition, mutex, deadline);
     }
     const int result = plan.timedWaits.front();
-    plan.timedWaits.pop_front();
+    plan.timedWaits.erase(plan.timedWaits.begin());
     return result;
 }
 
@@ -273,11 +284,17 @@ int __wrap_prctl(int option, ...) {
     return name == std::string("unnameable") ? -1 : pthread_setname_np(pthread_self(), name);
 }
 
+void* __wrap__Znwm(std::size_t size) {
+    if (SemaphoreWatch::IsInSemaphore() && AllocationRefused()) {
+        throw std::bad_alloc();
+    }
+    return __real__Znwm(size);
+}
+
 }  // extern "C"
 
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    ThreadPlan& plan = Plan();
-    if (plan.allocationsToGo > 0 && --plan.allocationsToGo == 0) {
+    if (AllocationRefused()) {
         return nullptr;
     }
     try {

@@ -21,7 +21,7 @@ public:
     /// The n-th next call of this thread returns `result`. pthread_mutex_lock, _unlock and pthread_cond_destroy,
     /// _signal do their work all the same, since the caller goes on as if they had succeeded; the others do not.
     void FailNext(const std::string& function, int result, int nth = 1);
-    /// The n-th next non-throwing allocation of this thread yields no memory.
+    /// The n-th next semaphore or instance that this thread creates gets no memory.
     void FailNextAllocation(int nth = 1);
 
     /// From now on this thread reads this wall clock; each reading adds `step` microseconds.
