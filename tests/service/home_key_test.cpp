@@ -2,8 +2,10 @@
 
 #include <chrono>
 #include <climits>
+#include <thread>
 
 #include "GamepadRemoteController.h"
+#include "SemaphoreWatch.h"
 #include "platform/virtual_key.h"
 #include "service_test.h"
 
@@ -22,6 +24,7 @@ constexpr char kOnCallback[] = "GamepadRemoteController.cpp: t_OnCallback";
 constexpr char kCreateTimer[] = "GamepadTimer.cpp: CreateTimer";
 constexpr char kTimerMain[] = "GamepadTimer.cpp: t_Main";
 constexpr char kTimerThread[] = "gamepad-timer-t";
+constexpr char kNotStarted[] = "Timer do not Start!";
 
 constexpr int kHome = 14;
 constexpr int kHoldStatus = 1000;
@@ -142,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(EachStatus, InAGame, Values(0, 1, 2, kHoldStatus));
 class HoldingHome : public HomeKey {
 protected:
     void SetUp() override {
-        platform.AllowError("Timer do not Start!");
+        platform.AllowError(kNotStarted);  // by a timer that is idle when the program ends
         Plug(kPad);
         Plug("second");
         StartWith(kHoldStatus);
@@ -153,6 +156,10 @@ protected:
         Press(kHome, uid);
         ASSERT_TRUE(clock.WaitForNap(kTimerThread, naps + 1));
     }
+    /// Waits until the one timer that ran is idle: through with its time-out, or with the release.
+    static void WaitForIdleTimer() { ASSERT_TRUE(SemaphoreWatch::WaitForRest(kTimerThread)); }
+    /// How often a timer has complained that it was woken for nothing.
+    int Complaints() const { return platform.LogCount(DLOG_ERROR, kNotStarted); }
 };
 
 TEST_F(HoldingHome, SendsTheHubsKeyOnceAfterASecond) {
@@ -161,7 +168,8 @@ TEST_F(HoldingHome, SendsTheHubsKeyOnceAfterASecond) {
     clock.Advance(milliseconds(999));
     EXPECT_FALSE(platform.WaitForKeys(1, milliseconds(20)));
     clock.Advance(milliseconds(1));
-    ASSERT_TRUE(platform.WaitForLog("Timer do not Start!"));
+    WaitForIdleTimer();
+    EXPECT_EQ(Complaints(), 0);
     const auto keys = platform.TakeKeys();
     ASSERT_THAT(keys, ElementsAre(Tapped(572)));
     EXPECT_EQ(keys[0].thread, kTimerThread);
@@ -175,7 +183,7 @@ TEST_F(HoldingHome, IsToldStepByStep) {
     Hold();
     EXPECT_THAT(platform.LogLines(), Contains(Info(kTimerMain, "ENTER")));
     clock.Advance(milliseconds(1000));
-    ASSERT_TRUE(platform.WaitForLog("Timer do not Start!"));
+    WaitForIdleTimer();
     Release(kHome);
     EXPECT_THAT(platform.Timeline(),
                 HasInOrder(Entries{"I: [MenuMode][HomeKey]PlaydeckStatus[1000]EventValue[1]DeviceId[0]",
@@ -185,7 +193,7 @@ TEST_F(HoldingHome, IsToldStepByStep) {
                                    "D: sub-thread run successfully! Exit", "I: Wait[1000]ms!", "I: Timeout!",
                                    "VirtualKey_Send_KeyCode(572, 2)",
                                    "I: [HomeKey Long Press Timeout]Send Playdeck vk[572] for device[0]",
-                                   "I: [HomeKey Press Timeout]stop timer for device[0]", "E: Timer do not Start!",
+                                   "I: [HomeKey Press Timeout]stop timer for device[0]",
                                    "I: [MenuMode][HomeKey]PlaydeckStatus[1000]EventValue[0]DeviceId[0]",
                                    "I: [HomeKey Release]", "I: [HomeKey Release]stop timer for device[0]"}));
     for (const char* const message :
@@ -201,17 +209,18 @@ TEST_F(HoldingHome, IsToldStepByStep) {
                 Contains(Debug(kCreateTimer, "m_semCreateSync.Take() to wait sub-thread run succcessfully")));
     EXPECT_THAT(platform.LogLines(), Contains(Debug(kCreateTimer, "sub-thread run successfully! Exit")));
     EXPECT_THAT(platform.LogLines(), Contains(Info(kTimerMain, "Timeout!")));
-    EXPECT_THAT(platform.LogLines(), Contains(Error(kTimerMain, "Timer do not Start!")));
+    EXPECT_THAT(Errors(), IsEmpty());
 }
 
 TEST_F(HoldingHome, IsCutShortByTheRelease) {
     Hold();
     clock.Advance(milliseconds(300));
     Release(kHome);
-    ASSERT_TRUE(platform.WaitForLog("Timer do not Start!"));
+    WaitForIdleTimer();
     EXPECT_THAT(platform.LogLines(), Contains(Info(kTimerMain, "Wake up!")));
     clock.Advance(milliseconds(5000));
     Hold();
+    EXPECT_EQ(Complaints(), 0);
     EXPECT_THAT(platform.TakeKeys(), IsEmpty());
     EXPECT_THAT(platform.LogMessages(), Not(Contains("Timeout!")));
 }
@@ -220,7 +229,7 @@ TEST_F(HoldingHome, StartsAnewWithEachPress) {
     Hold();
     clock.Advance(milliseconds(600));
     Release(kHome);
-    ASSERT_TRUE(platform.WaitForLog("Timer do not Start!"));
+    WaitForIdleTimer();
     Hold();
     clock.Advance(milliseconds(999));
     EXPECT_FALSE(platform.WaitForKeys(1, milliseconds(20)));
@@ -234,10 +243,12 @@ TEST_F(HoldingHome, SendsAgainOnTheNextHold) {
     for (int hold = 1; hold <= 3; ++hold) {
         Hold();
         clock.Advance(milliseconds(1000));
-        ASSERT_TRUE(platform.WaitForLog("Timer do not Start!", hold));
+        WaitForIdleTimer();
+        EXPECT_EQ(platform.LogCount(DLOG_INFO, "Timeout!"), hold);
         Release(kHome);
         EXPECT_THAT(platform.TakeKeys(), ElementsAre(Tapped(572)));
     }
+    EXPECT_EQ(Complaints(), 0);
 }
 
 TEST_F(HoldingHome, GoesOnWhenPressedOnceMore) {
@@ -248,8 +259,24 @@ TEST_F(HoldingHome, GoesOnWhenPressedOnceMore) {
     EXPECT_FALSE(platform.WaitForKeys(1, milliseconds(20)));
     clock.Advance(milliseconds(1));
     // The second press finds the timer disarmed by its own expiry.
-    ASSERT_TRUE(platform.WaitForLog("Timer do not Start!", 2));
+    ASSERT_TRUE(platform.WaitForLog(kNotStarted));
+    WaitForIdleTimer();
+    EXPECT_EQ(Complaints(), 1);
+    EXPECT_THAT(platform.LogLines(), Contains(Error(kTimerMain, kNotStarted)));
     EXPECT_THAT(platform.TakeKeys(), ElementsAre(Tapped(572)));
+}
+
+TEST_F(HoldingHome, PressedTwiceIsEndedByOneRelease) {
+    Hold();
+    Press(kHome);
+    Release(kHome);
+    ASSERT_TRUE(platform.WaitForLog(kNotStarted));  // the second press
+    WaitForIdleTimer();
+    EXPECT_EQ(Complaints(), 1);
+    clock.Advance(milliseconds(5000));
+    Hold();
+    EXPECT_THAT(platform.TakeKeys(), IsEmpty());
+    EXPECT_EQ(platform.LogCount(DLOG_INFO, "Wake up!"), 1);
 }
 
 TEST_F(HoldingHome, IsTimedForEachPadByItself) {
@@ -304,6 +331,16 @@ TEST_F(HoldingHome, IsEndedByTheEndOfTheProgram) {
     EXPECT_THAT(platform.Leftovers(), IsEmpty());
 }
 
+TEST_F(HoldingHome, LeavesATimerThatComplainsOnceWhenItIsEnded) {
+    Hold();
+    Release(kHome);
+    WaitForIdleTimer();
+    EXPECT_EQ(Complaints(), 0);
+    Stop();
+    EXPECT_EQ(Complaints(), 1);
+    EXPECT_THAT(platform.LogLines(), Contains(Error(kTimerMain, kNotStarted)));
+}
+
 TEST_F(HoldingHome, EndsOneTimerForEachPadThatHadOne) {
     Hold();
     Hold("second");
@@ -314,7 +351,7 @@ TEST_F(HoldingHome, EndsOneTimerForEachPadThatHadOne) {
 class FromDevice : public HomeKey, public testing::WithParamInterface<int> {
 protected:
     void SetUp() override {
-        platform.AllowError("Timer do not Start!");
+        platform.AllowError(kNotStarted);
         platform.SetNextDeviceId(GetParam());
         StartWith(kHoldStatus);
     }
@@ -341,7 +378,7 @@ protected:
 };
 
 TEST_F(InRealTime, TheHoldTakesASecond) {
-    platform.AllowError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
     StartWith(kHoldStatus);
     const auto start = std::chrono::steady_clock::now();
     platform.PressButton(kPad, kHome);
@@ -453,12 +490,24 @@ TEST_F(TheHandlerAlone, TimesNoNegativeDevice) {
 
 class TheTimerAlone : public testing::Test {
 protected:
+    /// True as soon as that many starts are through: disarmed while the thread waited, or before it woke up.
+    bool WaitForDisarmed(int starts) {
+        const auto deadline = std::chrono::steady_clock::now() + kSoon;
+        const auto disarmed = [this] {
+            return platform.LogCount(DLOG_INFO, "Wake up!") + platform.LogCount(DLOG_ERROR, kNotStarted);
+        };
+        while (disarmed() < starts && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::yield();
+        }
+        return disarmed() >= starts;
+    }
+
     FakePlatform platform;
     ServiceClock clock;
 };
 
 TEST_F(TheTimerAlone, TellsAndChangesItsWait) {
-    platform.AllowError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
     GamepadTimer timer;
     ASSERT_TRUE(timer.CreateTimer(250, 1));
     EXPECT_EQ(timer.GetWaitMSec(), 250U);
@@ -473,7 +522,7 @@ TEST_F(TheTimerAlone, TellsAndChangesItsWait) {
 }
 
 TEST_F(TheTimerAlone, IsEndedInTheMiddleOfAWait) {
-    platform.AllowError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
     GamepadTimer timer;
     ASSERT_TRUE(timer.CreateTimer(1000, 0));
     timer.StartTimer();
@@ -484,18 +533,36 @@ TEST_F(TheTimerAlone, IsEndedInTheMiddleOfAWait) {
 }
 
 TEST_F(TheTimerAlone, DisarmsItselfWhenItRunsOut) {
-    platform.ExpectError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
+    GamepadTimer timer;
+    ASSERT_TRUE(timer.CreateTimer(1000, 0));
+    timer.StartTimer();
+    ASSERT_TRUE(clock.WaitForNap(kTimerThread));
+    timer.StartTimer();
+    clock.Advance(milliseconds(1000));
+    EXPECT_TRUE(platform.WaitForLog(kNotStarted));
+    ASSERT_TRUE(SemaphoreWatch::WaitForRest(kTimerThread));
+    EXPECT_EQ(platform.LogCount(DLOG_ERROR, kNotStarted), 1);
+    EXPECT_EQ(clock.Naps(kTimerThread), 1);
+    timer.DestroyTimer();
+}
+
+TEST_F(TheTimerAlone, ComplainsOfItsEndButNotOfItsTimeOut) {
+    platform.AllowError(kNotStarted);
     GamepadTimer timer;
     ASSERT_TRUE(timer.CreateTimer(1000, 0));
     timer.StartTimer();
     ASSERT_TRUE(clock.WaitForNap(kTimerThread));
     clock.Advance(milliseconds(1000));
-    EXPECT_TRUE(platform.WaitForLog("Timer do not Start!"));
+    ASSERT_TRUE(SemaphoreWatch::WaitForRest(kTimerThread));
+    EXPECT_TRUE(platform.Logged(DLOG_INFO, kTimerMain, "Timeout!"));
+    EXPECT_FALSE(platform.Logged(DLOG_ERROR, kNotStarted));
     timer.DestroyTimer();
+    EXPECT_EQ(platform.LogCount(DLOG_ERROR, kNotStarted), 1);
 }
 
 TEST_F(TheTimerAlone, IsEndedByItsDestructor) {
-    platform.AllowError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
     {
         GamepadTimer timer;
         ASSERT_TRUE(timer.CreateTimer(1000, 0));
@@ -506,7 +573,7 @@ TEST_F(TheTimerAlone, IsEndedByItsDestructor) {
 }
 
 TEST_F(TheTimerAlone, MayBeCreatedAgain) {
-    platform.AllowError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
     GamepadTimer timer;
     for (int life = 1; life <= 3; ++life) {
         ASSERT_TRUE(timer.CreateTimer(1000, 0));
@@ -520,24 +587,24 @@ TEST_F(TheTimerAlone, MayBeCreatedAgain) {
 
 // Whether the thread wakes up between the two calls is left to chance; either way the next wait is a whole one.
 TEST_F(TheTimerAlone, OutlastsAStopThatCameBeforeItsThreadWokeUp) {
-    platform.AllowError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
     GamepadTimer timer;
     ASSERT_TRUE(timer.CreateTimer(1000, 0));
     for (int round = 0; round < 50; ++round) {
         timer.StartTimer();
         timer.StopTimer();
-        ASSERT_TRUE(platform.WaitForLog("Timer do not Start!", 2 * round + 1));
+        ASSERT_TRUE(WaitForDisarmed(2 * round + 1));
         const int naps = clock.Naps(kTimerThread);
         timer.StartTimer();
         ASSERT_TRUE(clock.WaitForNap(kTimerThread, naps + 1));
         timer.StopTimer();
-        ASSERT_TRUE(platform.WaitForLog("Timer do not Start!", 2 * round + 2));
+        ASSERT_TRUE(WaitForDisarmed(2 * round + 2));
     }
     timer.DestroyTimer();
 }
 
 TEST_F(TheTimerAlone, DoesNotMindAStopThatNothingStarted) {
-    platform.AllowError("Timer do not Start!");
+    platform.AllowError(kNotStarted);
     GamepadTimer timer;
     ASSERT_TRUE(timer.CreateTimer(1000, 0));
     timer.StopTimer();

@@ -12,6 +12,7 @@
 
 #include "FakePlatform.h"
 #include "Faults.h"
+#include "SemaphoreWatch.h"
 
 namespace {
 
@@ -43,9 +44,13 @@ public:
     std::string thread;
 };
 
+constexpr char kThread[] = "gamepad-timer-t";
+constexpr char kNotStarted[] = "Timer do not Start!";
+
 class Timer : public testing::Test {
 protected:
-    Timer() { platform.AllowError("Timer do not Start!"); }
+    // An idle timer's thread says so when it is woken to end.
+    Timer() { platform.AllowError(kNotStarted); }
     ~Timer() override {
         if (timer.FlagCreate()) {
             timer.DestroyTimer();
@@ -56,6 +61,8 @@ protected:
         ASSERT_TRUE(timer.CreateTimer(waitMs, device));
         timer.RegisterCallback(&alarm);
     }
+    /// How often the thread has complained that it was woken for nothing.
+    int Complaints() const { return platform.LogCount(DLOG_ERROR, kNotStarted); }
     bool SaidBy(int level, const std::string& operation, const std::string& message) const {
         return platform.Logged(level, "GamepadTimer.cpp: " + operation, message);
     }
@@ -88,14 +95,31 @@ TEST_F(Timer, FiresOnceItsTimeHasRunOut) {
     EXPECT_EQ(alarm.lastEvent, 0);
     EXPECT_EQ(alarm.device, 3);
     EXPECT_TRUE(alarm.restIsNull);
-    EXPECT_EQ(alarm.thread, "gamepad-timer-t");
+    EXPECT_EQ(alarm.thread, kThread);
 }
 
 TEST_F(Timer, DoesNotFireBeforeItIsStarted) {
     Create(1);
+    ASSERT_TRUE(SemaphoreWatch::WaitForRest(kThread));
+    EXPECT_EQ(Complaints(), 0);
     timer.DestroyTimer();
     EXPECT_EQ(alarm.calls, 0);
+    EXPECT_EQ(Complaints(), 1);
+    EXPECT_TRUE(SaidBy(DLOG_ERROR, "t_Main", kNotStarted));
     EXPECT_EQ(platform.LogCount(DLOG_INFO, "Wait[1]ms!"), 0);
+}
+
+TEST_F(Timer, FindsNoFaultInItsTimeOut) {
+    Create(kShort);
+    for (int round = 1; round <= 3; ++round) {
+        timer.StartTimer();
+        ASSERT_TRUE(platform.WaitForLog("Timeout!", round));
+        ASSERT_TRUE(SemaphoreWatch::WaitForRest(kThread));
+    }
+    EXPECT_EQ(Complaints(), 0);
+    timer.DestroyTimer();
+    EXPECT_EQ(Complaints(), 1) << "its end wakes it while it is not armed";
+    EXPECT_EQ(alarm.calls, 3);
 }
 
 TEST_F(Timer, StoppedInTimeWakesUpAndDoesNotFire) {
@@ -105,6 +129,8 @@ TEST_F(Timer, StoppedInTimeWakesUpAndDoesNotFire) {
     timer.StopTimer();
     ASSERT_TRUE(platform.WaitForLog("Wake up!"));
     EXPECT_TRUE(SaidBy(DLOG_INFO, "t_Main", "Wake up!"));
+    ASSERT_TRUE(SemaphoreWatch::WaitForRest(kThread));
+    EXPECT_EQ(Complaints(), 0);
     EXPECT_EQ(alarm.calls, 0);
 }
 
@@ -139,6 +165,8 @@ TEST_F(Timer, CanBeStartedAndStoppedOverAndOver) {
         timer.StopTimer();
         ASSERT_TRUE(platform.WaitForLog("Wake up!", round));
     }
+    ASSERT_TRUE(SemaphoreWatch::WaitForRest(kThread));
+    EXPECT_EQ(Complaints(), 0);
     EXPECT_EQ(alarm.calls, 0);
 }
 
@@ -149,8 +177,10 @@ TEST_F(Timer, StartedTwiceAndStoppedFindsItselfDisarmed) {
     timer.StartTimer();
     timer.StopTimer();
     ASSERT_TRUE(platform.WaitForLog("Wake up!"));
-    ASSERT_TRUE(platform.WaitForLog("Timer do not Start!"));
-    EXPECT_TRUE(SaidBy(DLOG_ERROR, "t_Main", "Timer do not Start!"));
+    ASSERT_TRUE(platform.WaitForLog(kNotStarted));
+    ASSERT_TRUE(SemaphoreWatch::WaitForRest(kThread));
+    EXPECT_EQ(Complaints(), 1);
+    EXPECT_TRUE(SaidBy(DLOG_ERROR, "t_Main", kNotStarted));
     EXPECT_EQ(platform.LogCount(DLOG_INFO, "Wait[600000]ms!"), 1);
 }
 
