@@ -27,19 +27,45 @@ void FakeStore::SendHeldAnswersToNobody() {
 }
 
 int FakeStore::OnRequest(const char* title, const char* etag, was_appid_fn callback, void* user) {
-    const auto effect = [&] { return StartLocked(title, callback, user); };
-    return recorder_.RunWithAll(
+    const std::string tag = ArgumentText(etag);
+    bool answersFirst = false;
+    const auto effect = [&] {
+        const Query query = QueryLocked(title, callback, user);
+        answersFirst = query.answer.when == StoreAnswer::When::BeforeReturning;
+        return StartLocked(query);
+    };
+    const int result = recorder_.RunWithAll(
         title != nullptr && title[0] != '\0' && callback != nullptr, "was_request_appid_by_runtitle",
-        {ArgumentText(title), ArgumentText(etag), PointerText(callback != nullptr), PointerText(user != nullptr)},
-        kZeroIsSuccess, effect);
+        {ArgumentText(title), tag, PointerText(callback != nullptr), PointerText(user != nullptr)}, kZeroIsSuccess,
+        effect);
+    if (answersFirst) {
+        ReadTagOnceMore(etag, tag);
+    }
+    return result;
 }
 
-int FakeStore::StartLocked(const char* title, was_appid_fn callback, void* user) {
+void FakeStore::ReadTagOnceMore(const char* etag, const std::string& before) {
+    const bool answered = thread_.WaitUntilIdle(kSoon);
+    const auto lock = recorder_.Lock();
+    if (!answered) {
+        recorder_.ViolateLocked("the store's callback does not return");
+    }
+    if (ArgumentText(etag) != before) {
+        recorder_.ViolateLocked("the tag " + before + " was changed while the store used it");
+    }
+}
+
+FakeStore::Query FakeStore::QueryLocked(const char* title, was_appid_fn callback, void* user) const {
     const auto found = byTitle_.find(title);
-    const Query query{found == byTitle_.end() ? usual_ : found->second, callback, user};
-    if (query.answer.refusal == 0 && query.answer.when == StoreAnswer::When::Soon) {
+    return {found == byTitle_.end() ? usual_ : found->second, callback, user};
+}
+
+int FakeStore::StartLocked(const Query& query) {
+    using When = StoreAnswer::When;
+    const When when = query.answer.when;
+    if (query.answer.refusal == 0 && (when == When::Soon || when == When::BeforeReturning)) {
         Answer(query);
-    } else if (query.answer.refusal == 0 && query.answer.when == StoreAnswer::When::WhenTold) {
+    } else if (query.answer.refusal == 0 && when == When::WhenTold) {
         held_.push_back(query);
     }
     return query.answer.refusal;

@@ -12,7 +12,8 @@
 
 /// How the app-store manager answers a query. The texts may be absent (NULL).
 struct StoreAnswer {
-    enum class When { Soon, WhenTold, Never };
+    /// BeforeReturning: while the query is still under way, and the store then reads the query's tag once more.
+    enum class When { Soon, BeforeReturning, WhenTold, Never };
 
     int status = 0;
     std::optional<std::string> appId = "app.id";
@@ -46,7 +47,9 @@ private:
         void* user;
     };
 
-    int StartLocked(const char* title, was_appid_fn callback, void* user);
+    Query QueryLocked(const char* title, was_appid_fn callback, void* user) const;
+    int StartLocked(const Query& query);
+    void ReadTagOnceMore(const char* etag, const std::string& before);
     void Answer(const Query& query);
 
     CallRecorder& recorder_;

@@ -625,6 +625,20 @@ TEST_F(ABoundButton, SendsTheTagOfTheLastAnswerWithTheNextQuery) {
     EXPECT_EQ(tagOfNextQuery(), "\"third\"");
 }
 
+TEST_F(ABoundButton, KeepsTheTagForAStoreThatReadsItAfterItsAnswer) {
+    StoreAnswer answer;
+    answer.when = StoreAnswer::When::BeforeReturning;
+    for (const size_t length : {40U, 4000U, 3U, 100000U}) {
+        answer.etag = std::string(length, static_cast<char>('a' + length % 7));
+        platform.SetStoreAnswer(answer);
+        Press(0);
+        Release(0);
+        EXPECT_THAT(platform.TakeKeys(), ElementsAre(Tapped(731)));
+    }
+    EXPECT_THAT(platform.TakeViolations(), IsEmpty());
+    EXPECT_EQ(platform.Calls(kQuery).back().arguments.at(1), "\"" + std::string(3, 'd') + "\"");
+}
+
 TEST_F(ABoundButton, BlocksTheDispatcherUntilTheAnswerComes) {
     StoreAnswer answer;
     answer.when = StoreAnswer::When::WhenTold;
