@@ -1,7 +1,7 @@
 #include "FakeApps.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstring>
 
 void FakeApps::SetApp(int pid, const std::string& appId, int status) {
     const auto lock = recorder_.Lock();
@@ -50,7 +50,9 @@ int FakeApps::OnAppId(int pid, char* appId, int length) {
         if (found == apps_.end()) {
             return -1;
         }
-        snprintf(appId, static_cast<size_t>(length), "%s", found->second.id.c_str());
+        const std::string& id = found->second.id;
+        const size_t room = static_cast<size_t>(length);
+        memcpy(appId, id.c_str(), std::min(id.size() + 1, room));
         return 0;
     };
     return recorder_.RunWithAll(appId != nullptr, "aul_app_get_appid_bypid",

@@ -16,6 +16,7 @@ class FakeApps {
 public:
     explicit FakeApps(CallRecorder& recorder) : recorder_(recorder), thread_("aul-lib") {}
 
+    /// An id that is as long as the caller's buffer, or longer, fills it and then has no end there.
     void SetApp(int pid, const std::string& appId, int status);
     void RemoveApp(int pid);
     void SendAppStatus(int pid, int status);

@@ -487,6 +487,13 @@ TEST_F(TheListOfGames, ReadsNumbersAsFarAsTheyGo) {
                                           "RegisterGameAppPID with pid -5"));
 }
 
+TEST_F(TheListOfGames, TakesANumberThatIsTooLongForTheNearestPid) {
+    Start("99999999999,-99999999999,99999999999999999999999,7");
+    EXPECT_THAT(Registered(),
+                ElementsAre("RegisterGameAppPID with pid 2147483647", "RegisterGameAppPID with pid -2147483648",
+                            "RegisterGameAppPID with pid 2147483647", "RegisterGameAppPID with pid 7"));
+}
+
 TEST_F(TheListOfGames, MayBeLong) {
     std::string list;
     for (int pid = 1; pid <= 500; ++pid) {

@@ -133,6 +133,18 @@ TEST_F(TheFocus, AGameRegisteredTwiceIsListedOnceAndAskedAgain) {
     EXPECT_TRUE(IsMenuModeOn());
 }
 
+TEST_F(TheFocus, AnIdThatFillsItsBufferLosesItsLastByte) {
+    platform.SetApp(kGame, std::string(256, 'x'), 2);
+    platform.SetApp(kOther, std::string(1000, 'y'), 2);
+    Open(kGame);
+    Open(kOther);
+    EXPECT_THAT(platform.CallTexts("aul_app_get_status"),
+                ElementsAre("aul_app_get_status(\"" + std::string(255, 'x') + "\")",
+                            "aul_app_get_status(\"" + std::string(255, 'y') + "\")"));
+    Signal(kGame, kHide);
+    EXPECT_TRUE(IsMenuModeOn());
+}
+
 class APidThatIsNone : public TheFocus, public testing::WithParamInterface<int> {};
 
 TEST_P(APidThatIsNone, IsListedButNeverAskedAfter) {
