@@ -68,14 +68,25 @@ int FakeLog::OnLog(int buffer, int priority, const char* tag, const char* format
     pthread_getname_np(pthread_self(), thread, sizeof thread);
     LogLine line{buffer, priority, tag, format, Format(format, arguments), "", "", thread};
     const bool well_formed = Split(line);
-    const auto lock = recorder_.Lock();
+    auto lock = recorder_.Lock();
     if (!well_formed || line.tag != "QVXD") {
         recorder_.ViolateLocked("a log message without the prefix or the tag: " + line.tag + " " + line.text);
     }
     recorder_.AppendToTimelineLocked(TimelineEntry(line));
+    const auto found = hooks_.find(line.message);
+    const std::function<void()> hook = found == hooks_.end() ? nullptr : found->second;
     lines_.push_back(std::move(line));
     recorder_.Changed();
+    lock.unlock();
+    if (hook) {
+        hook();
+    }
     return 0;
+}
+
+void FakeLog::OnMessage(const std::string& message, std::function<void()> hook) {
+    const auto lock = recorder_.Lock();
+    hooks_[message] = std::move(hook);
 }
 
 void FakeLog::OnAssert(const char* expression, const char* file, int line) {

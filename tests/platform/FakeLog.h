@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdarg>
+#include <functional>
+#include <map>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -54,6 +56,8 @@ public:
     /// True as soon as the exact message, at any level and from anywhere, stands there that often.
     bool WaitForLog(const std::string& message, int count = 1, std::chrono::milliseconds atMost = kSoon) const;
     void ForgetLog();
+    /// Runs on the logging thread, before the call returns, each time the exact message was written.
+    void OnMessage(const std::string& message, std::function<void()> hook);
     /// Some message begins so. The recorder's lock must be held.
     bool SaidLocked(const std::string& beginning) const;
 
@@ -77,6 +81,7 @@ private:
 
     CallRecorder& recorder_;
     std::vector<LogLine> lines_;
+    std::map<std::string, std::function<void()>> hooks_;
     size_t errorsTaken_ = 0;  ///< errors before this line count as announced
     std::vector<std::string> expected_;
     std::vector<std::string> allowed_;

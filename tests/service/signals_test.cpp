@@ -183,6 +183,19 @@ TEST_F(BeforeTheLoop, ASignalThatFindsALoopThatDoesNotRunYetEndsIt) {
     EXPECT_EQ(platform.LogCount(DLOG_INFO, Received(SIGTERM)), 1);
 }
 
+TEST_F(BeforeTheLoop, ASignalThatAnswersTheFirstMessageIsOnlyLogged) {
+    for (const int signal : {SIGTERM, SIGUSR1}) {
+        platform.OnMessage("quorvex Start", [signal] { raise(signal); });
+        ServiceProcess process(platform);
+        ASSERT_TRUE(process.WaitUntilRunning());
+        EXPECT_TRUE(platform.WaitForLog(Received(signal)));
+        EXPECT_EQ(process.WaitForEnd(kForAWhile), std::nullopt);
+        process.Signal(SIGTERM);
+        EXPECT_EQ(process.WaitForEnd(), 0);
+        platform.ForgetLog();
+    }
+}
+
 // ---- At any moment between the first instance and the running loop
 
 class AtAnyMoment : public WholeProgram, public testing::WithParamInterface<int> {
