@@ -48,6 +48,24 @@ std::string SocketPath(Bus::Kind kind) {
     return runtime != nullptr && *runtime == '/' ? std::string(runtime) + "/bus" : std::string();
 }
 
+// Each bus is told of once, however many parts of the platform are connected to it. Only the events thread comes here.
+bool toldMissing[2];
+
+void TellMissing(Bus::Kind kind, const char* why) {
+    if (!toldMissing[static_cast<int>(kind)]) {
+        toldMissing[static_cast<int>(kind)] = true;
+        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: not there (%s); what needs it waits for it", NameOf(kind),
+                     why);
+    }
+}
+
+void TellThere(Bus::Kind kind) {
+    if (toldMissing[static_cast<int>(kind)]) {
+        toldMissing[static_cast<int>(kind)] = false;
+        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: there", NameOf(kind));
+    }
+}
+
 }  // namespace
 
 struct Bus::Name {
@@ -127,12 +145,8 @@ void Bus::Disconnect() {
 
 void Bus::Lose(const char* why) {
     Disconnect();
-    if (isUp_ || !wasTold_) {
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: not there (%s); what needs it waits for it", NameOf(kind_),
-                     why);
-    }
     isUp_ = false;
-    wasTold_ = true;
+    TellMissing(kind_, why);
     for (auto& name : names_) {
         SetOwner(*name.second, {});
     }
@@ -199,10 +213,7 @@ void Bus::Process() {
     } else if (!isUp_ && sd_bus_is_ready(bus_) > 0) {
         isUp_ = true;
         retrySeconds_ = kFirstRetrySeconds;
-        if (wasTold_) {
-            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: there", NameOf(kind_));
-        }
-        wasTold_ = true;
+        TellThere(kind_);
     }
 }
 

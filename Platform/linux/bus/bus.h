@@ -19,7 +19,7 @@
 ///
 /// Threads  made, used and destroyed on the thread of the context; all callbacks arrive there. A callback may call the
 ///          bus, but not destroy it.
-/// Errors   one message when the bus is lost and one when it is back.
+/// Errors   one message when a bus is lost and one when it is back, for all connections to it together.
 class Bus {
 public:
     enum class Kind { kSession, kSystem };
@@ -94,7 +94,6 @@ private:
     int polledFor_ = 0;
     unsigned retrySeconds_;
     bool isUp_ = false;
-    bool wasTold_ = false;
     std::map<std::string, std::unique_ptr<Name>> names_;
     std::list<std::unique_ptr<Subscription>> subscriptions_;
     std::unique_ptr<SocketWatch> socketWatch_;
