@@ -59,7 +59,7 @@ void RemoteTest::TearDown() {
 }
 
 void RemoteTest::Stop() {
-    service_->Signal(SIGTERM);
+    service_->Terminate();
     EXPECT_EQ(service_->ExitStatus(), 0);
     const auto rest = keys_->ReadUntilGone();
     ASSERT_TRUE(rest) << "the keyboard outlives the service";

@@ -100,6 +100,14 @@ void Service::Signal(int number) const {
     kill(pid_, number);
 }
 
+void Service::Terminate() {
+    constexpr milliseconds kPassAndShutdown(5000);
+    Signal(SIGTERM);
+    if (!ExitStatus(kPassAndShutdown)) {
+        Signal(SIGTERM);
+    }
+}
+
 std::optional<int> Service::ExitStatus(milliseconds patience) {
     int waited = 0;
     if (!exitStatus_ && Until([&] { return waitpid(pid_, &waited, WNOHANG) == pid_; }, patience)) {

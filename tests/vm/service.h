@@ -32,6 +32,8 @@ public:
 
     pid_t Pid() const { return pid_; }
     void Signal(int number) const;
+    /// SIGTERM; once more when the first one came before the main loop, where it is only logged.
+    void Terminate();
 
     /// The exit status, or 1000 + the number of the signal that ended it; nothing when it still runs after `patience`.
     std::optional<int> ExitStatus(milliseconds patience = kPatience);
