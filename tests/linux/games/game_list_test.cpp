@@ -167,26 +167,44 @@ TEST_F(APad, HasTheNewestOfItsReadersAndTheGameAboveAProcess) {
     kill(child, SIGKILL);
 }
 
-TEST_F(APad, IsQuietForAMomentAfterTheListWasRead) {
-    struct Timed {
-        Told<Notice> told;
-        steady_clock::time_point at;
-    } timed;
-    const auto note = [](int type, int pid, void* data) {
-        static_cast<Timed*>(data)->at = steady_clock::now();
-        static_cast<Timed*>(data)->told.Add({type, pid});
-    };
+constexpr std::chrono::milliseconds kPause{199};  // of 200, less what the two clocks may differ
+
+struct TimedNotice {
+    Told<Notice> told;
+    steady_clock::time_point at;
+};
+
+void NoteTime(int type, int pid, void* data) {
+    auto& notice = *static_cast<TimedNotice*>(data);
+    notice.at = steady_clock::now();
+    notice.told.Add({type, pid});
+}
+
+TEST_F(APad, IsQuietForAMomentAfterTheServiceHasRegistered) {
+    TimedNotice notice;
+    Register();
     const Child game = ReaderOf(node_);
-    ASSERT_EQ(gamepad_register_gameapp_status_callback(note, &timed), 1);
+    ASSERT_TRUE(told_.WaitFor(Opened(game)));
+    const auto registered_at = steady_clock::now();
+    ASSERT_EQ(gamepad_register_gameapp_status_callback(NoteTime, &notice), 1);
+    EXPECT_TRUE(notice.told.WaitForAll({Opened(game)}));
+    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(NoteTime), 1);
+    EXPECT_GE(notice.at - registered_at, kPause);
+}
+
+TEST_F(APad, IsQuietForAMomentAfterTheListWasRead) {
+    TimedNotice notice;
+    const Child game = ReaderOf(node_);
+    ASSERT_EQ(gamepad_register_gameapp_status_callback(NoteTime, &notice), 1);
     const auto deadline = steady_clock::now() + Told<Notice>::kSoon;
     steady_clock::time_point read_at = steady_clock::now();
     while (ListedGames().empty() && steady_clock::now() < deadline) {
         read_at = steady_clock::now();
         std::this_thread::yield();
     }
-    ASSERT_TRUE(timed.told.WaitForAll({Opened(game)}));
-    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(note), 1);
-    EXPECT_GE(timed.at - read_at, std::chrono::milliseconds(99));
+    EXPECT_TRUE(notice.told.WaitForAll({Opened(game)}));
+    EXPECT_EQ(gamepad_unregister_gameapp_status_callback(NoteTime), 1);
+    EXPECT_GE(notice.at - read_at, kPause);
 }
 
 TEST_F(APad, IsWatchedOnlyWhileSomebodyListens) {

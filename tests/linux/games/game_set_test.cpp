@@ -95,11 +95,21 @@ TEST(Changes, WaitForWhoHasJustReadTheText) {
     ledger.Join();
     ledger.Add(1, Source::kReader);
     ledger.Add(2, Source::kReader);
-    EXPECT_EQ(ledger.TextAndHold(500), "1,2");
-    EXPECT_EQ(ledger.TextAndHold(400), "1,2");
+    EXPECT_EQ(ledger.TextAndHoldUntil(500), "1,2");
+    EXPECT_EQ(ledger.TextAndHoldUntil(400), "1,2");
     EXPECT_EQ(ledger.DueAt(), 500);
     EXPECT_THAT(TakeAll(ledger, 499), IsEmpty());
     EXPECT_THAT(TakeAll(ledger, 500), ElementsAre(Told{1, true}, Told{2, true}));
+}
+
+TEST(Changes, WaitAsLongAsAnybodyWants) {
+    Ledger ledger;
+    ledger.Join();
+    ledger.Add(1, Source::kReader);
+    ledger.HoldUntil(500);
+    ledger.HoldUntil(400);
+    EXPECT_THAT(TakeAll(ledger, 499), IsEmpty());
+    EXPECT_THAT(TakeAll(ledger, 500), ElementsAre(Told{1, true}));
 }
 
 TEST(Changes, AreForgottenWithTheGames) {
@@ -109,7 +119,7 @@ TEST(Changes, AreForgottenWithTheGames) {
     ledger.Clear();
     EXPECT_FALSE(ledger.Contains(1));
     EXPECT_EQ(ledger.Newest(), 0);
-    EXPECT_EQ(ledger.TextAndHold(0), "");
+    EXPECT_EQ(ledger.TextAndHoldUntil(0), "");
     EXPECT_THAT(TakeAll(ledger, 0), IsEmpty());
 }
 

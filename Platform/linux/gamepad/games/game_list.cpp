@@ -10,14 +10,22 @@
 namespace games {
 namespace {
 
-// The service's reader of the text turns menu mode on when it is empty. A game that is told of in between, and turned
-// menu mode off, would be played with menu mode on.
-constexpr gint64 kPauseAfterTextUs = 100000;
+// The service registers, reads the text, turns menu mode on when that is empty, and cannot turn it off before the rest
+// of its start is done, a matter of milliseconds. A game that it is told of in between would be played with menu mode
+// on.
+constexpr gint64 kPauseUs = 200000;
+
+gint64 AfterPause() {
+    return g_get_monotonic_time() + kPauseUs;
+}
 
 }  // namespace
 
 GameList::GameList(ChangeFunction on_change, Turn turn)
     : on_change_(std::move(on_change)), tracker_(Tracker::Shared()) {
+    if (turn == Turn::kService) {
+        Tracker::TheLedger().HoldUntil(AfterPause());
+    }
     tracker_->Join(*this, turn);
 }
 
@@ -38,7 +46,7 @@ pid_t GameList::GameAbove(pid_t pid) {
 }
 
 std::string GameList::Text() {
-    return Tracker::TheLedger().TextAndHold(g_get_monotonic_time() + kPauseAfterTextUs);
+    return Tracker::TheLedger().TextAndHoldUntil(AfterPause());
 }
 
 }  // namespace games

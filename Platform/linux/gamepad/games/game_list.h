@@ -20,6 +20,9 @@ class Tracker;
 ///          can rely on the service knowing the game.
 /// Start    each share is told of the games that run when it is made, and of those that are found within moments of the
 ///          first share, as if they opened then.
+/// Pause    for a moment after the service has registered or read the text no change is told to anybody (kPauseUs in
+/// the
+///          source), so that it has done what it does then before it hears of changes.
 class GameList {
 public:
     /// Arrives on "platform-events"; of one process an opening, then its closing, and so on by turns.
@@ -37,8 +40,7 @@ public:
     static pid_t Newest();
     /// The process itself when it is a game, else the nearest of its ancestors that is one; 0: none.
     static pid_t GameAbove(pid_t pid);
-    /// "pid,pid,...", oldest first. For a moment afterwards (kPauseAfterText in the source) no change is told, so that
-    /// the reader has taken note of the text before it hears of what changed since.
+    /// "pid,pid,...", oldest first.
     static std::string Text();
 
 private:

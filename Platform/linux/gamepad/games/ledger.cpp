@@ -71,9 +71,18 @@ std::vector<pid_t> Ledger::Of(Source source) const {
     return games_.Of(source);
 }
 
-std::string Ledger::TextAndHold(long long until) {
+void Ledger::HoldUntilLocked(long long time) {
+    held_until_ = std::max(held_until_, time);
+}
+
+void Ledger::HoldUntil(long long time) {
     const std::lock_guard<std::mutex> hold(lock_);
-    held_until_ = std::max(held_until_, until);
+    HoldUntilLocked(time);
+}
+
+std::string Ledger::TextAndHoldUntil(long long time) {
+    const std::lock_guard<std::mutex> hold(lock_);
+    HoldUntilLocked(time);
     std::string text;
     for (const pid_t pid : games_.Pids()) {
         text += (text.empty() ? "" : ",") + std::to_string(pid);

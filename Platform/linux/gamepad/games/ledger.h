@@ -31,7 +31,7 @@ public:
     /// The number of one more who is to be told: of the games that run as if they opened now, then of each change.
     unsigned long long Join();
 
-    /// The oldest change that was not taken yet; none before HeldUntil.
+    /// The oldest change that was not taken yet; none while they are held.
     std::optional<Change> Take(long long now);
     /// When Take has something; nullopt: nothing to tell.
     std::optional<long long> DueAt() const;
@@ -39,11 +39,14 @@ public:
     bool Contains(pid_t pid) const;
     pid_t Newest() const;
     std::vector<pid_t> Of(Source source) const;
-    /// "pid,pid,..."; changes are held back until the given time.
-    std::string TextAndHold(long long until);
+    /// No change is taken before the given time, or a later one that was given before.
+    void HoldUntil(long long time);
+    /// "pid,pid,...", and holds back changes as HoldUntil does.
+    std::string TextAndHoldUntil(long long time);
 
 private:
     bool NoteLocked(bool is_change, pid_t pid, bool is_open);
+    void HoldUntilLocked(long long time);
 
     mutable std::mutex lock_;
     GameSet games_;
