@@ -111,7 +111,7 @@ std::string IdOfUnit(const std::string& unit) {
 std::string IdOfGroup(const std::string& path) {
     const std::vector<std::string> parts = Split(path, '/');
     for (auto part = parts.rbegin(); part != parts.rend(); ++part) {
-        const std::string id = IdOfUnit(*part);
+        std::string id = IdOfUnit(*part);
         if (!id.empty()) {
             return id;
         }
@@ -168,7 +168,7 @@ std::string IdFromControlGroups(const std::string& groups) {
             continue;
         }
         const std::string controllers = line.substr(first + 1, second - first - 1);
-        const std::string id = IdOfGroup(line.substr(second + 1));
+        std::string id = IdOfGroup(line.substr(second + 1));
         if (!id.empty() && (controllers.empty() || controllers == "name=systemd")) {
             return id;
         }

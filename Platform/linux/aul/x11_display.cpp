@@ -151,7 +151,7 @@ bool X11Connector::Start(const std::string& name) {
         --threads;
         return false;
     }
-    argument.release();
+    static_cast<void>(argument.release());  // the thread's now
     return true;
 }
 

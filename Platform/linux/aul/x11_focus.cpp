@@ -42,6 +42,10 @@ uint32_t WordOfProperty(const xcb_generic_reply_t& reply) {
     return property.format == 32 && property.value_len > 0 ? WordOf(reply, 0) : 0;
 }
 
+std::string UpToZero(const std::string& text) {
+    return text.substr(0, text.find('\0'));
+}
+
 // The second of WM_CLASS's two texts: the class; the first, the instance, where there is no second.
 std::string ClassOf(const xcb_generic_reply_t& reply) {
     const auto& property = reinterpret_cast<const xcb_get_property_reply_t&>(reply);
@@ -50,9 +54,9 @@ std::string ClassOf(const xcb_generic_reply_t& reply) {
     }
     const size_t size = std::min<size_t>(property.value_len, size_t{reply.length} * 4);
     const std::string texts(reinterpret_cast<const char*>(&property + 1), size);
-    const size_t end = texts.find('\0');
-    const std::string second = end == std::string::npos ? std::string() : texts.substr(end + 1).c_str();
-    return second.empty() ? texts.c_str() : second;
+    std::string instance = UpToZero(texts);
+    std::string name = instance.size() < size ? UpToZero(texts.substr(instance.size() + 1)) : std::string();
+    return name.empty() ? instance : name;
 }
 
 // A list of {client, mask, size in bytes, values}.

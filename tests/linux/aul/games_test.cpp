@@ -106,4 +106,17 @@ TEST_F(WithGamesOnAnXServer, AGameWithoutAWindowHasNoFocusUntilTheDisplayIsLost)
     EXPECT_TRUE(heard_.WaitFor(game.Pid(), kFocus));
 }
 
+// Another window than an X window may have the focus then.
+TEST_F(WithGamesOnAnXServer, InsideWaylandTheNewestGameHasTheFocusWhileNoXWindowHasIt) {
+    setenv("WAYLAND_DISPLAY", "wayland-9", 1);
+    heard_.Listen();
+    auto window = std::make_unique<Window>();
+    const bool isTold = heard_.WaitFor(window->Pid(), kFocus);
+    unsetenv("WAYLAND_DISPLAY");
+    ASSERT_TRUE(isTold);
+    const Child game = daemon_.Game();
+    window->Kill();
+    EXPECT_TRUE(heard_.WaitFor(game.Pid(), kFocus));
+}
+
 }  // namespace

@@ -178,6 +178,15 @@ TEST_F(OnAnXServer, ALostDisplayIsUsedAgainWithAMessageForEachChange) {
     EXPECT_THAT(lines, testing::ElementsAre("not", "the", "not", "the", "not", "the")) << log;
 }
 
+TEST_F(OnAnXServer, ADisplayIsUsedWhereSwayWasEarlier) {
+    setenv("SWAYSOCK", "/nowhere/sway.sock", 1);
+    Start();
+    heard_.Listen();
+    const Window window;
+    EXPECT_TRUE(heard_.WaitFor(window.Pid(), kFocus));
+    unsetenv("SWAYSOCK");
+}
+
 size_t EntriesOf(const char* directory) {
     const std::filesystem::directory_iterator entries(directory);
     return static_cast<size_t>(std::distance(begin(entries), end(entries)));
