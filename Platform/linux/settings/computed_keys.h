@@ -1,10 +1,12 @@
 /// Keys whose values a part of this platform finds out for itself, at some cost: it does so only while somebody in this
 /// process watches the key. The store knows nothing of the parts; each offers its key when the program is loaded.
 ///
-/// Threads  any. start and stop are called one at a time, without a lock of the store held; they must not watch or
-///          ignore a computed key themselves.
+/// Threads  any. start and stop of one key are called one at a time, without a lock of the store held. stop may wait
+/// for
+///          the part's own thread, so on that thread nobody may watch or ignore this very key; other keys are free.
 #pragma once
 
+#include <mutex>
 #include <string>
 
 class ComputedKey {
@@ -22,6 +24,7 @@ private:
     const char* const key_;
     void (*const start_)();
     void (*const stop_)();
+    std::mutex lock_;
     int watches_ = 0;
 };
 
