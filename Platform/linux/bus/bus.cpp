@@ -1,5 +1,7 @@
 #include "bus/bus.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -122,8 +124,20 @@ void Bus::Connect() {
     }
 }
 
+// Much may happen in the socket's directory without the socket.
+void Bus::ConnectIfThere() {
+    const std::string path = SocketPath(kind_);
+    if (path.empty() || access(path.c_str(), F_OK) == 0) {
+        Connect();
+        return;
+    }
+    retrySeconds_ = kFirstRetrySeconds;
+    WaitForSocket();
+}
+
 void Bus::WaitForSocket() {
-    socketWatch_ = std::make_unique<SocketWatch>(context_, SocketPath(kind_), retrySeconds_, [this] { Connect(); });
+    socketWatch_ =
+        std::make_unique<SocketWatch>(context_, SocketPath(kind_), retrySeconds_, [this] { ConnectIfThere(); });
     retrySeconds_ = std::min(2 * retrySeconds_, kLastRetrySeconds);
 }
 

@@ -63,6 +63,7 @@ private:
 
     bool Open();
     void Connect();
+    void ConnectIfThere();
     void WaitForSocket();
     void Disconnect();
     void Lose(const char* why);
