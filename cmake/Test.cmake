@@ -1,8 +1,3 @@
-# quorvex_test(NAME AREA area SOURCES file... LIBS library... [WRAPPER command...])
-#
-# One GoogleTest program, built into <build>/tests/ and known to ctest as one entry. AREA is the heading under which
-# the test command counts its cases; WRAPPER runs the program inside another command.
-#
 # GoogleTest's headers are most of what a test's compiler reads: they are compiled once for all of them.
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/test_headers.cpp "")
 add_library(quorvex_test_headers OBJECT ${CMAKE_CURRENT_BINARY_DIR}/test_headers.cpp)
@@ -10,6 +5,10 @@ target_link_libraries(quorvex_test_headers PRIVATE GTest::gmock GTest::gtest quo
 target_precompile_headers(quorvex_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h> <chrono> <functional> <map>
     <memory> <mutex> <optional> <string> <thread> <vector>)
 
+# quorvex_test(NAME AREA area SOURCES file... LIBS library... [WRAPPER command...])
+#
+# One GoogleTest program, built into <build>/tests/ and known to ctest as one entry. AREA is the heading under which
+# the test command counts its cases; WRAPPER runs the program inside another command.
 function(quorvex_test name)
     cmake_parse_arguments(TEST "" "AREA" "SOURCES;LIBS;WRAPPER" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})
