@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <vector>
 
 #include "CThread/CSemaphore.h"
 #include "SemaphoreWatch.h"
@@ -18,10 +19,12 @@ extern "C" {
 int __real_gettimeofday(timeval* now, void* zone);
 int __real_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
 int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline);
+int __real_pthread_cond_signal(pthread_cond_t* condition);
 int __real_usleep(useconds_t time);
 int __wrap_gettimeofday(timeval* now, void* zone);
 int __wrap_pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex);
 int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline);
+int __wrap_pthread_cond_signal(pthread_cond_t* condition);
 int __wrap_usleep(useconds_t time);
 }
 
@@ -54,6 +57,49 @@ Microseconds RealNow() {
 Microseconds FromTimespec(const timespec& time) {
     return std::chrono::seconds(time.tv_sec) + Microseconds(time.tv_nsec / 1000);
 }
+
+/// A thread that waits while the clock stands. It waits in short pieces, and a signal that comes as one of them runs
+/// out reaches nobody; here it is kept.
+class Sleeper {
+public:
+    explicit Sleeper(const pthread_cond_t* condition) : condition_(condition) {
+        const std::lock_guard<std::mutex> lock(TheMutex());
+        All().push_back(this);
+    }
+    ~Sleeper() {
+        const std::lock_guard<std::mutex> lock(TheMutex());
+        All().erase(std::find(All().begin(), All().end(), this));
+    }
+    Sleeper(const Sleeper&) = delete;
+    Sleeper& operator=(const Sleeper&) = delete;
+
+    bool IsSignalled() const {
+        const std::lock_guard<std::mutex> lock(TheMutex());
+        return signalled_;
+    }
+    /// Tells the first one who waits there.
+    static void Signal(const pthread_cond_t* condition) {
+        const std::lock_guard<std::mutex> lock(TheMutex());
+        const auto waits = [&](const Sleeper* one) { return one->condition_ == condition && !one->signalled_; };
+        const auto found = std::find_if(All().begin(), All().end(), waits);
+        if (found != All().end()) {
+            (*found)->signalled_ = true;
+        }
+    }
+
+private:
+    static std::mutex& TheMutex() {
+        static auto& mutex = *new std::mutex;
+        return mutex;
+    }
+    static std::vector<Sleeper*>& All() {
+        static auto& all = *new std::vector<Sleeper*>;
+        return all;
+    }
+
+    const pthread_cond_t* condition_;
+    bool signalled_ = false;
+};
 
 /// Waits for the signal, but not long: the clock is looked at in between.
 int WaitShortly(pthread_cond_t* condition, pthread_mutex_t* mutex) {
@@ -152,8 +198,12 @@ int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mu
     if (clock == nullptr) {
         return __real_pthread_cond_timedwait(condition, mutex, deadline);
     }
+    const Sleeper sleeper(condition);
     clock->NoteNap();
     for (; clock != nullptr; clock = StandingClock()) {
+        if (sleeper.IsSignalled()) {
+            return 0;
+        }
         if (clock->Now() >= FromTimespec(*deadline)) {
             return ETIMEDOUT;
         }
@@ -163,6 +213,11 @@ int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mu
         }
     }
     return 0;  // the clock runs again: a wake-up without a reason, after which the waiter reads the time anew
+}
+
+int __wrap_pthread_cond_signal(pthread_cond_t* condition) {
+    Sleeper::Signal(condition);
+    return __real_pthread_cond_signal(condition);
 }
 
 int __wrap_usleep(useconds_t time) {
