@@ -13,7 +13,7 @@
 #include <vector>
 
 /// How long a test waits for something that must happen; long enough for a loaded machine and a sanitizer.
-constexpr std::chrono::milliseconds kSoon{20000};
+constexpr std::chrono::milliseconds kSoon{60000};
 
 /// One call of a platform function, with its arguments as text: numbers as they are, texts in quotes, NULL as "null",
 /// callbacks and other addresses as "ptr".
