@@ -135,7 +135,8 @@ extern "C" const char* __tsan_default_suppressions() {
            "called_from_lib:libglib-2.0.so.0\n"
            "called_from_lib:libgobject-2.0.so.0\n"
            "called_from_lib:libgio-2.0.so.0\n"
-           "called_from_lib:libudev.so.1\n";
+           "called_from_lib:libudev.so.1\n"
+           "race:libumockdev-preload.so.0\n";
 }
 
 /// umockdev redirects only what exists in the testbed, and takes a folder away with its last node: something else in it
