@@ -27,6 +27,7 @@ struct ReceivedSignals {
 
     std::atomic<unsigned> aCount[NSIG] = {};
     std::atomic<bool> bQuitsLoop{false};
+    std::atomic<bool> bIsRelayed{false};
     sem_t tWakeUp;
 };
 ReceivedSignals s_tReceived;
@@ -39,6 +40,8 @@ public:
     void t_Main() override;
     ~SignalRelay() override;
     void Destroy() override;
+
+    static void LogReceived();
 
 private:
     static void m_HandleReceived();
@@ -68,19 +71,24 @@ void SignalRelay::t_Main() {
     }
 }
 
-void SignalRelay::m_HandleReceived() {
+void SignalRelay::LogReceived() {
     for (int signo = 1; signo < NSIG; ++signo) {
         for (unsigned left = s_tReceived.aCount[signo].exchange(0); left > 0; --left) {
             LOG_AS("sig_handler", __LINE__, DLOG_INFO, "Received Signal[%d]", signo);
         }
     }
+}
+
+void SignalRelay::m_HandleReceived() {
+    LogReceived();
     if (s_tReceived.bQuitsLoop.exchange(false)) {
         QuitMainLoop();
     }
 }
 
-// No signal may come between the first message, which tells whoever started us that we are there, and the handlers.
-void StartWithHandlers() {
+// No signal may come between the first message, which tells whoever started us that we are there, and the handlers. The
+// relay inherits the mask: signals are left to the other threads. False when it cannot be started.
+bool StartWithHandlers(SignalRelay& relay) {
     sigset_t handled;
     sigset_t before;
     sigemptyset(&handled);
@@ -88,12 +96,15 @@ void StartWithHandlers() {
     sigaddset(&handled, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &handled, &before);
     LOG_AS("main", __LINE__, DLOG_INFO, "quorvex Start");
+    s_tReceived.bIsRelayed = true;
+    const bool isRelayStarted = relay.Create("SignalRelay", CThread::STACK_SIZE);
     struct sigaction action = {};
     action.sa_handler = sig_handler;
     action.sa_flags = SA_RESTART;
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGUSR1, &action, nullptr);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return isRelayStarted;
 }
 
 // True when there was a loop to ask.
@@ -126,7 +137,15 @@ void sig_handler(int signo) {
     if ((signo == SIGUSR1 || signo == SIGTERM) && gLoop != nullptr) {
         s_tReceived.bQuitsLoop = true;
     }
-    sem_post(&s_tReceived.tWakeUp);
+    if (s_tReceived.bIsRelayed) {
+        sem_post(&s_tReceived.tWakeUp);
+    } else {
+        // Not a signal but a call, in a program whose main is another.
+        SignalRelay::LogReceived();
+        if (s_tReceived.bQuitsLoop.exchange(false)) {
+            AskMainLoopToQuit();
+        }
+    }
     errno = savedErrno;
 }
 
@@ -172,9 +191,8 @@ void DeInitialize() {
 }
 
 int main() {
-    StartWithHandlers();
     SignalRelay relay;
-    if (!relay.Create("SignalRelay", CThread::STACK_SIZE)) {
+    if (!StartWithHandlers(relay)) {
         LOGE("Create[SignalRelay]failed!");
         return -1;
     }

@@ -112,6 +112,19 @@ TEST_F(WholeProgram, NoOtherSignalIsHandled) {
     }
 }
 
+// In a process of its own, where main has never run.
+TEST_F(WholeProgram, TheHandlerCalledWithoutMainActsAtOnce) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto call = [this] {
+        gLoop = g_main_loop_new(nullptr, TRUE);
+        sig_handler(SIGUSR1);
+        const bool isDone = !is_gamepad_service_accessible && platform.LogCount(DLOG_INFO, Received(SIGUSR1)) == 1 &&
+                            testing::Matches(Contains("g_main_loop_quit()"))(platform.Timeline());
+        _exit(isDone ? 0 : 1);
+    };
+    EXPECT_EXIT(call(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(WholeProgram, TheHandlersAreThereBeforeTheInstances) {
     bool installed = false;
     platform.OnCall("aul_listen_app_status_signal", [&](const Call& call) {
