@@ -5,7 +5,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -187,11 +186,6 @@ TEST_F(OnAnXServer, ADisplayIsUsedWhereSwayWasEarlier) {
     unsetenv("SWAYSOCK");
 }
 
-size_t EntriesOf(const char* directory) {
-    const std::filesystem::directory_iterator entries(directory);
-    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
-}
-
 TEST_F(OnAnXServer, RestartsLeaveNoDescriptorsAndThreadsBehind) {
     server_.Start();
     heard_.Listen();
@@ -200,9 +194,9 @@ TEST_F(OnAnXServer, RestartsLeaveNoDescriptorsAndThreadsBehind) {
         StartManager();
         const Window window;
         ASSERT_TRUE(heard_.WaitFor(window.Pid(), kFocus));
-        ASSERT_TRUE(WaitUntil([] { return EntriesOf("/proc/self/task") <= 3; }));
-        descriptors = descriptors == 0 ? EntriesOf("/proc/self/fd") : descriptors;
-        EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
+        ASSERT_TRUE(ThreadEnds("platform-x11"));
+        descriptors = descriptors == 0 ? OpenDescriptors() : descriptors;
+        EXPECT_EQ(OpenDescriptors(), descriptors);
         server_.Kill();
         ASSERT_TRUE(heard_.WaitFor(0, kFocus));
         server_.Start();
@@ -222,7 +216,7 @@ TEST_F(OnAnXServer, AServerThatHangsHoldsNobodyUp) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     EXPECT_TRUE(heard_.All().empty());
     kill(server.Id(), SIGCONT);
-    EXPECT_TRUE(WaitUntil([] { return !HasThread("platform-x11"); }));
+    EXPECT_TRUE(ThreadEnds("platform-x11"));
     heard_.Listen();
     StartManager();
     const Window window;
@@ -237,7 +231,7 @@ TEST_F(OnAnXServer, NothingIsHeardAfterListeningEnded) {
     ASSERT_TRUE(heard_.WaitFor(first.Pid(), kFocus));
     Heard::Stop();
     heard_.Forget();
-    EXPECT_TRUE(WaitUntil([] { return !HasThread("platform-events"); }));
+    EXPECT_TRUE(ThreadEnds("platform-events"));
     const Window second;
     second.Activate();
     EXPECT_NE(aul_app_get_status("x11_window"), kFocused);
@@ -255,7 +249,7 @@ TEST_F(OnAnXServer, ListeningMayBeEndedFromInsideASignal) {
     ASSERT_EQ(aul_listen_app_status_signal(StopFromInside, &calls), 0);
     const Window window;
     EXPECT_TRUE(WaitUntil([&] { return calls == 1; }));
-    EXPECT_TRUE(WaitUntil([] { return !HasThread("platform-events"); }));
+    EXPECT_TRUE(ThreadEnds("platform-events"));
     heard_.Listen();
     EXPECT_TRUE(heard_.WaitFor(window.Pid(), kFocus));
     EXPECT_EQ(calls, 1);

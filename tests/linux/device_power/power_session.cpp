@@ -40,7 +40,7 @@ void PowerSession::TearDown() {
     device_power_unsubscribe_standby_event(StandbyNotes::Callback);
     EndUseOfScreensavers();
     // One that ended itself is gone a moment later.
-    EXPECT_TRUE(WaitUntil([] { return !HasThread("platform-events"); }));
+    EXPECT_TRUE(ThreadEnds("platform-events"));
     EXPECT_EQ(device_power_get_state(), 0);
 }
 

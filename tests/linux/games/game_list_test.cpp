@@ -19,6 +19,7 @@
 #include "fifo.h"
 #include "gamemode_daemon.h"
 #include "gamepad/connected_pads.h"
+#include "own_settings.h"
 #include "service_callback.h"
 
 namespace {
@@ -208,16 +209,12 @@ TEST_F(APad, IsQuietForAMomentAfterTheListWasRead) {
 }
 
 TEST_F(APad, IsWatchedOnlyWhileSomebodyListens) {
-    const auto count = [](const char* folder) {
-        const std::filesystem::directory_iterator all(folder);
-        return std::distance(begin(all), end(all));
-    };
     Register();
     const Child game = ReaderOf(node_);
     ASSERT_TRUE(told_.WaitFor(Opened(game)));
     gamepad_unregister_gameapp_status_callback(TellNotice);
-    const auto descriptors = count("/proc/self/fd");
-    const auto threads = count("/proc/self/task");
+    const size_t descriptors = OpenDescriptors();
+    EXPECT_TRUE(ThreadEnds("platform-events"));
     EXPECT_EQ(ListedGames(), "");
     EXPECT_EQ(GameList::Newest(), 0);
     for (int round = 0; round < 20; ++round) {
@@ -226,8 +223,8 @@ TEST_F(APad, IsWatchedOnlyWhileSomebodyListens) {
         EXPECT_EQ(gamepad_unregister_gameapp_status_callback(TellNotice), 1);
         told_.Forget();
     }
-    EXPECT_EQ(count("/proc/self/fd"), descriptors);
-    EXPECT_EQ(count("/proc/self/task"), threads);
+    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_TRUE(ThreadEnds("platform-events"));
 }
 
 TEST_F(APad, RefusesWhatIsNoNewCallback) {

@@ -14,6 +14,7 @@
 #include "child.h"
 #include "events/events_thread.h"
 #include "fifo.h"
+#include "own_settings.h"
 #include "temporary_folder.h"
 #include "told.h"
 
@@ -192,18 +193,14 @@ TEST_F(WatchedNodes, AreNotWatchedWhenThereAreNone) {
     nodes_.clear();
     Watch();
     ASSERT_TRUE(told_.WaitFor({}));
-    const auto count_descriptors = [] {
-        const std::filesystem::directory_iterator all("/proc/self/fd");
-        return std::distance(begin(all), end(all));
-    };
-    const auto before = count_descriptors();
+    const size_t before = OpenDescriptors();
     SetNodes({folder_.Path("event3")});
     const Child reader = ReaderOf(folder_.Path("event3"));
     ASSERT_TRUE(told_.WaitFor({reader.Pid()}));
-    EXPECT_GT(count_descriptors(), before + 1);  // the child's pipe, and the watch
+    EXPECT_GT(OpenDescriptors(), before + 1);  // the child's pipe, and the watch
     SetNodes({});
     ASSERT_TRUE(told_.WaitFor({}));
-    EXPECT_EQ(count_descriptors(), before + 1);
+    EXPECT_EQ(OpenDescriptors(), before + 1);
 }
 
 TEST_F(WatchedNodes, PassToTheChildOfAReader) {

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "model_compositor.h"
 #include "platform/screensaver.h"
@@ -13,11 +12,6 @@
 namespace {
 
 using TheState = SaverSession;
-
-size_t OpenDescriptors() {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(all), end(all)));
-}
 
 TEST_F(TheState, IsOffWhereThereIsNothingAndAResetSucceeds) {
     EXPECT_EQ(screensaver_reset(), 0);
@@ -44,7 +38,7 @@ TEST_F(TheState, IsOffAndNothingRunsAfterTheLastWatch) {
     OutputOf("xset s activate");
     ASSERT_TRUE(BecomesOn());
     Ignore();
-    EXPECT_FALSE(HasThread("platform-events"));
+    EXPECT_TRUE(ThreadEnds("platform-events"));
     int isOn = 1;
     EXPECT_EQ(vconf_get_bool(kStateKey, &isOn), 0);
     EXPECT_EQ(isOn, 0);
@@ -84,8 +78,12 @@ TEST_F(TheState, IsWatchedAgainWhenAServerThatHungGoesOn) {
     Ignore();
 }
 
+// What is open while all is missing changes from moment to moment, as each thing is given up and waited for; a leak
+// grows with the restarts.
 TEST_F(TheState, LeavesNothingBehindWhenBusAndServerRestart) {
+    constexpr int kRestarts = 20;
     PrivateXServer server;
+    const size_t before = OpenDescriptors();
     Watch();
     const auto restart = [&] {
         sessionBus_.Start();
@@ -97,12 +95,13 @@ TEST_F(TheState, LeavesNothingBehindWhenBusAndServerRestart) {
         EXPECT_TRUE(BecomesOff());
     };
     restart();
-    const size_t descriptors = OpenDescriptors();
-    for (int i = 0; i < 20; ++i) {
+    const size_t first = OpenDescriptors();
+    for (int i = 0; i < kRestarts; ++i) {
         restart();
     }
-    EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors() <= descriptors; })) << descriptors;
+    EXPECT_LT(OpenDescriptors(), first + kRestarts / 2);
     Ignore();
+    EXPECT_EQ(OpenDescriptors(), before);
 }
 
 TEST_F(TheState, MayBeWatchedAndIgnoredWhileResetsGoOn) {
@@ -112,7 +111,7 @@ TEST_F(TheState, MayBeWatchedAndIgnoredWhileResetsGoOn) {
         EXPECT_EQ(screensaver_reset(), 0);
         Ignore();
     }
-    EXPECT_FALSE(HasThread("platform-events"));
+    EXPECT_TRUE(ThreadEnds("platform-events"));
 }
 
 TEST_F(TheState, OfACompositorWithoutAWayMakesTheResetFail) {

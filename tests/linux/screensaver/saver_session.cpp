@@ -5,7 +5,7 @@ void SaverSession::TearDown() {
         Watch();
     }
     Ignore();
-    EXPECT_FALSE(HasThread("platform-events"));
+    EXPECT_TRUE(ThreadEnds("platform-events"));
 }
 
 void SaverSession::OnChange(keynode_t* node, void* self) {

@@ -6,7 +6,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
+
+#include "program.h"
 
 namespace {
 
@@ -62,4 +65,13 @@ bool HasThread(const std::string& name) {
         }
     }
     return false;
+}
+
+bool ThreadEnds(const std::string& name) {
+    return WaitUntil([&] { return !HasThread(name); });
+}
+
+size_t OpenDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
 }

@@ -25,7 +25,11 @@ private:
 /// seconds.
 bool RunMainLoopUntil(const std::function<bool()>& condition);
 
-/// Whether the thread of this name runs in this process.
+/// Whether the thread of this name runs in this process. The kernel still shows one for a moment after it was joined.
 bool HasThread(const std::string& name);
+/// False when it has not ended after twenty seconds.
+bool ThreadEnds(const std::string& name);
+
+size_t OpenDescriptors();
 
 #endif

@@ -17,6 +17,7 @@
 #include <sstream>
 
 #include "answers.h"
+#include "own_settings.h"
 #include "store_home.h"
 
 namespace {
@@ -28,17 +29,6 @@ using Clock = std::chrono::steady_clock;
 constexpr milliseconds kLong{kDeadline};
 constexpr milliseconds kShort{300};
 constexpr char kAnswer[] = R"(printf '0\000x.desktop\000tag\000')";
-
-size_t EntriesOf(const std::string& directory) {
-    const auto entries = std::filesystem::directory_iterator(directory);
-    return static_cast<size_t>(std::distance(begin(entries), end(entries)));
-}
-size_t Descriptors() {
-    return EntriesOf("/proc/self/fd");
-}
-size_t Threads() {
-    return EntriesOf("/proc/self/task");
-}
 
 bool Becomes(const std::function<bool()>& condition) {
     const auto deadline = Clock::now() + kDeadline;
@@ -180,12 +170,12 @@ TEST_F(Queries, RunTheProgramWithNothingOfTheServices) {
     const int own = dup(STDERR_FILENO);  // would stay open when a program is executed
     const auto before = signal(SIGPIPE, SIG_IGN);
     AskScript(
-        "cd $XDG_DATA_HOME; readlink /proc/$$/fd/0 >input; ls /proc/$$/fd | tr '\\n' ' ' >open;"
+        "cd $XDG_DATA_HOME; readlink /proc/$$/fd/0 >input; (ls /proc/$$/fd >open);"
         "exec 3>&1 grep -E '^Sig(Blk|Ign)' /proc/self/status >signals");
     signal(SIGPIPE, before);
     close(own);
     EXPECT_EQ(Contents(InHome("input")), "/dev/null\n");
-    EXPECT_EQ(Contents(InHome("open")), "0 1 10 2 ");  // 10 is the shell's script
+    EXPECT_EQ(Contents(InHome("open")), "0\n1\n10\n2\n");  // 10 is the shell's script
     EXPECT_THAT(Contents(InHome("signals")),
                 testing::MatchesRegex("SigBlk:\t0{16}\n"
                                       "SigIgn:\t[0-9a-f]{8}[08]0{7}\n"));  // but the C library's own
@@ -257,20 +247,20 @@ TEST_F(Queries, MayBeAskedFromAnAnswer) {
 }
 
 TEST_F(Queries, LeaveNothingBehind) {
-    const size_t descriptors = Descriptors();
-    const size_t threads = Threads();
+    ASSERT_TRUE(ThreadEnds("platform-store"));  // of the test before
+    const size_t descriptors = OpenDescriptors();
     {
         Answers answers;
         StoreQueries queries(Script("query", kAnswer), kLong);
-        EXPECT_EQ(Threads(), threads);
+        EXPECT_FALSE(HasThread("platform-store"));
         for (size_t i = 1; i <= 20; ++i) {
             ASSERT_TRUE(queries.Ask({"title", "", Answers::Take, &answers}));
             ASSERT_EQ(answers.WaitFor(i).size(), i);
         }
-        EXPECT_TRUE(Becomes([threads] { return Threads() == threads; })) << "the thread outlives its queue";
-        EXPECT_EQ(Descriptors(), descriptors + 1);
+        EXPECT_TRUE(ThreadEnds("platform-store")) << "the thread outlives its queue";
+        EXPECT_EQ(OpenDescriptors(), descriptors + 1);
     }
-    EXPECT_EQ(Descriptors(), descriptors);
+    EXPECT_EQ(OpenDescriptors(), descriptors);
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
 }
