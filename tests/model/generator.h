@@ -1,0 +1,9 @@
+#pragma once
+
+#include <rapidcheck/gen/Arbitrary.h>
+#include <rapidcheck.h>
+
+#include "scenario.h"
+
+/// Lives of the service: longer ones for larger sizes; smaller ones when they are shrunk.
+rc::Gen<Scenario> AnyScenario();

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "FakePlatform.h"
+#include "model.h"
+#include "scenario.h"
+#include "turns.h"
+
+/// One life of the real service on the test double, and the model beside it.
+class Life {
+public:
+    /// What was found wrong and where, if anything. Adds what the pads sent to `events`.
+    static std::optional<std::string> Live(const Scenario& scenario, long& events);
+
+private:
+    explicit Life(const Scenario& scenario);
+
+    std::optional<std::string> LiveOn(long& events);
+    void Prepare();
+    void Start();
+    void End();
+    void Watch();
+    void Note(const std::string& what);
+
+    void Apply(const Step& step);
+    void ApplyToPads(const Step& step);
+    void ApplyToApps(const Step& step);
+    void ApplyToStore(const Step& step);
+    void ApplyToSettings(const Step& step);
+    void Plug(int pad, int shape);
+    void Send(int pad, int type, int code, int value);
+    void TellSettings();
+
+    std::optional<std::string> Compare();
+    std::optional<std::string> JudgeKeys();
+    std::optional<std::string> JudgeEnd();
+
+    const Scenario& scenario_;
+    Turns turns_;
+    FakePlatform platform_;
+    Model model_;
+    std::vector<Deed> deeds_;  // the service's; guarded by the double's lock
+    std::optional<int> held_;
+    long events_ = 0;
+    const Step* step_ = nullptr;
+};
