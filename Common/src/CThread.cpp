@@ -53,7 +53,9 @@ bool CThread::m_CreateSemaphores() {
 
 int CThread::m_StartDetached(unsigned long stacksize) {
     pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
+    if (const int result = pthread_attr_init(&attributes)) {
+        return result;
+    }
     pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     pthread_attr_setstacksize(&attributes, stacksize);
     pthread_t thread = 0;

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -81,6 +80,10 @@ std::string Call::Text() const {
         text += (text.back() == '(' ? "" : ", ") + argument;
     }
     return text + ')';
+}
+
+const std::set<std::string>& CallRecorder::Functions() {
+    return kFunctions;
 }
 
 void CallRecorder::Plan(const std::string& function, int nth, std::optional<int> value) {

@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,9 @@ constexpr Convention kZeroIsSuccess{0, -1};
 /// Errors   an instruction for a function that does not exist throws std::invalid_argument.
 class CallRecorder {
 public:
+    /// Those that are recorded: all that the platform has but its log and its assertion routine.
+    static const std::set<std::string>& Functions();
+
     void FailOn(const std::string& function, int nth = 1) { Plan(function, nth, std::nullopt); }
     void ReturnOn(const std::string& function, int nth, int value) { Plan(function, nth, value); }
     void FailAlways(const std::string& function) { Plan(function, kEveryCall, std::nullopt); }

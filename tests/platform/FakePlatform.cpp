@@ -18,6 +18,8 @@ Gate& TheGate() {
     return gate;
 }
 
+thread_local int visits = 0;
+
 [[noreturn]] void GiveUp(const char* why) {
     fprintf(stderr, "FakePlatform: %s\n", why);
     abort();
@@ -35,6 +37,7 @@ void CloseGate() {
 }  // namespace
 
 FakePlatform::Visit::Visit() {
+    ++visits;
     Gate& gate = TheGate();
     const std::lock_guard<std::mutex> lock(gate.mutex);
     platform_ = gate.current;
@@ -46,6 +49,11 @@ FakePlatform::Visit::~Visit() {
     const std::lock_guard<std::mutex> lock(gate.mutex);
     gate.inside -= platform_ == nullptr ? 0 : 1;
     gate.left.notify_all();
+    --visits;
+}
+
+bool FakePlatform::IsVisiting() {
+    return visits > 0;
 }
 
 FakePlatform::FakePlatform()

@@ -38,6 +38,8 @@ public:
     bool WaitUntilDelivered(std::chrono::milliseconds atMost = kSoon) const;
     /// What was opened, registered or pressed and is so still.
     std::vector<std::string> Leftovers() const;
+    /// The calling thread is in one of the C functions.
+    static bool IsVisiting();
 
     /// The current double, kept alive until the visit ends; null when there is none.
     class Visit {
