@@ -176,9 +176,10 @@ std::string IdFromControlGroups(const std::string& groups) {
     return {};
 }
 
-// A window's text is not trusted with choosing a directory.
+// A window's text is not trusted with choosing a directory, nor with cutting the path before its end.
 std::string IdFromWindow(const std::string& windowApp) {
-    if (windowApp.empty() || windowApp.find('/') != std::string::npos) {
+    static const std::string refused("/\0", 2);
+    if (windowApp.empty() || windowApp.find_first_of(refused) != std::string::npos) {
         return {};
     }
     std::string small = windowApp;

@@ -111,6 +111,11 @@ TEST_F(AWindowsName, DoesNotChooseADirectory) {
     EXPECT_EQ(aul::IdFromWindow(""), "");
 }
 
+TEST_F(AWindowsName, IsTakenWholeOrNotAtAll) {
+    EXPECT_EQ(aul::IdFromWindow(std::string("\0", 1)), "");
+    EXPECT_EQ(aul::IdFromWindow(std::string("org.example.Game.desktop\0x", 26)), "");
+}
+
 TEST(AProcess, WithoutADesktopEntryIsKnownByItsExecutable) {
     const Program sleeper({"sleep", "1000"});
     ASSERT_TRUE(WaitUntil([&] { return IdOf(sleeper.Id()) == "sleep"; }));
