@@ -13,9 +13,10 @@ constexpr char kProperties[] = "org.freedesktop.DBus.Properties";
 
 // Reads a variant that should hold a boolean; false when it does not.
 bool ReadBool(sd_bus_message* message, bool& value) {
-    const char* type = nullptr;
+    char type = 0;
+    const char* contents = nullptr;  // of a type that has any
     int number = 0;
-    if (sd_bus_message_peek_type(message, nullptr, &type) <= 0 || std::strcmp(type, "b") != 0 ||
+    if (sd_bus_message_peek_type(message, &type, &contents) <= 0 || type != 'v' || std::strcmp(contents, "b") != 0 ||
         sd_bus_message_read(message, "v", "b", &number) <= 0) {
         return false;
     }

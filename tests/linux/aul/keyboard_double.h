@@ -9,7 +9,8 @@
 
 class KeyboardDouble {
 public:
-    explicit KeyboardDouble(bool isVisible) : visible_(isVisible ? 1 : 0) {
+    /// The filter, where there is one, may answer in the keyboard's place.
+    explicit KeyboardDouble(bool isVisible, sd_bus_message_handler_t filter = nullptr) : visible_(isVisible ? 1 : 0) {
         static const sd_bus_vtable table[] = {
             SD_BUS_VTABLE_START(0),
             SD_BUS_PROPERTY("Visible", "b", nullptr, 0, SD_BUS_VTABLE_PROPERTY_EMITS_CHANGE),
@@ -17,6 +18,7 @@ public:
             SD_BUS_VTABLE_END,
         };
         EXPECT_GE(sd_bus_open_user(&bus_), 0);
+        EXPECT_GE(filter != nullptr ? sd_bus_add_filter(bus_, nullptr, filter, nullptr) : 0, 0);
         EXPECT_GE(sd_bus_add_object_vtable(bus_, nullptr, "/sm/puri/OSK0", "sm.puri.OSK0", table, &visible_), 0);
     }
     ~KeyboardDouble() {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -52,6 +53,27 @@ TEST_F(AnOnScreenKeyboard, ThatIsShownAlreadyIsTold) {
     keyboard.Own();
     keyboard.Serve();
     heard_.Listen();
+    EXPECT_TRUE(heard_.WaitForAll({{getpid(), kShown}}));
+}
+
+std::atomic<bool> hasAnswered{false};
+
+int AnswerWithoutAVariant(sd_bus_message* call, void* /*data*/, sd_bus_error* /*error*/) {
+    if (sd_bus_message_is_method_call(call, "org.freedesktop.DBus.Properties", "Get") <= 0) {
+        return 0;
+    }
+    hasAnswered = sd_bus_reply_method_return(call, "b", 1) >= 0;
+    return 1;
+}
+
+TEST_F(AnOnScreenKeyboard, ThatAnswersInAnotherTypeIsBelievedWhenItTellsInTheRightOne) {
+    KeyboardDouble keyboard(/*isVisible=*/false, AnswerWithoutAVariant);
+    keyboard.Own();
+    keyboard.Serve();
+    heard_.Listen();
+    ASSERT_TRUE(WaitUntil([] { return hasAnswered.load() && IdOf(getpid()) == kKeyboardId; }));
+    EXPECT_TRUE(heard_.All().empty());
+    keyboard.Show(true);
     EXPECT_TRUE(heard_.WaitForAll({{getpid(), kShown}}));
 }
 
