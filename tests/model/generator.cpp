@@ -53,15 +53,15 @@ Gen<int> Process() {
 
 /// Of pads.
 Gen<Step> AnyInput() {
-    return rc::gen::weightedOneOf<Step>(
-        {{30, Steps(Kind::Button, Pad(), Button(), element(1, 1, 1, 0, 0, 0, 2, -1))},
-         {20, Steps(Kind::Axis, Pad(), element(0, 1, 3, 4), Position())},
-         {8, Steps(Kind::Axis, Pad(), element(16, 17), element(0, 0, -1, 1, 2))},
-         {2, Steps(Kind::Axis, Pad(), element(2, 5, 10, 11, 14), element(0, 1, 32767))},
-         {5, Steps(Kind::Tap, Pad(), Button())},
-         {4, Steps(Kind::Pair, Pad(), element(0, 1))},
-         {2, Steps(Kind::Raw, Pad(), element(0, 2, 4, -1), element(0, 10, 14, 16))},
-         {3, Steps(Kind::Shake, Pad(), element(0, 4, 16), rc::gen::inRange(1, 30))}});
+    return rc::gen::weightedOneOf<Step>({{30, Steps(Kind::Button, Pad(), Button(), element(1, 1, 1, 0, 0, 0, 2, -1))},
+                                         {20, Steps(Kind::Axis, Pad(), element(0, 1, 3, 4), Position())},
+                                         {8, Steps(Kind::Axis, Pad(), element(16, 17), element(0, 0, -1, 1, 2))},
+                                         {2, Steps(Kind::Axis, Pad(), element(2, 5, 10, 11, 14), element(0, 1, 32767))},
+                                         {15, Steps(Kind::LetGo, Pad())},
+                                         {5, Steps(Kind::Tap, Pad(), Button())},
+                                         {4, Steps(Kind::Pair, Pad(), element(0, 1))},
+                                         {2, Steps(Kind::Raw, Pad(), element(0, 2, 4, -1), element(0, 10, 14, 16))},
+                                         {3, Steps(Kind::Shake, Pad(), element(0, 4, 16), rc::gen::inRange(1, 30))}});
 }
 
 Gen<Step> AnyPlugging() {
@@ -103,9 +103,9 @@ Gen<Step> AnyStep() {
 
 Gen<Scenario> AnyScenario() {
     const auto up_to = [](size_t end) { return rc::gen::inRange(0, static_cast<int>(end)); };
-    return rc::gen::build<Scenario>(
-        rc::gen::set(&Scenario::pads, up_to(4)), rc::gen::set(&Scenario::games, up_to(kGameTexts.size())),
-        rc::gen::set(&Scenario::config, up_to(kConfigs.size())),
-        rc::gen::set(&Scenario::monitor, rc::gen::arbitrary<bool>()),
-        rc::gen::set(&Scenario::steps, rc::gen::container<std::vector<Step>>(AnyStep())));
+    return rc::gen::build<Scenario>(rc::gen::set(&Scenario::pads, up_to(4)),
+                                    rc::gen::set(&Scenario::games, up_to(kGameTexts.size())),
+                                    rc::gen::set(&Scenario::config, up_to(kConfigs.size())),
+                                    rc::gen::set(&Scenario::monitor, rc::gen::arbitrary<bool>()),
+                                    rc::gen::set(&Scenario::steps, rc::gen::container<std::vector<Step>>(AnyStep())));
 }

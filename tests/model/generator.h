@@ -1,7 +1,7 @@
 #pragma once
 
-#include <rapidcheck/gen/Arbitrary.h>
 #include <rapidcheck.h>
+#include <rapidcheck/gen/Arbitrary.h>
 
 #include "scenario.h"
 

@@ -27,8 +27,8 @@ struct GameList {
     std::string text;
     std::vector<int> pids;
 };
-inline const std::vector<GameList> kGameTexts = {
-    {"", {}}, {"101", {101}}, {"101,102", {101, 102}}, {",,103,", {103}}, {"what,102", {0, 102}}, {",", {}}};
+inline const std::vector<GameList> kGameTexts = {{"", {}},          {"101", {101}},         {"101,102", {101, 102}},
+                                                 {",,103,", {103}}, {"what,102", {0, 102}}, {",", {}}};
 
 struct Config {
     std::string name;

@@ -51,9 +51,9 @@ std::string Unquoted(const std::string& text) {
 
 }  // namespace
 
-std::optional<std::string> Life::Live(const Scenario& scenario, long& events) {
+std::optional<std::string> Life::Live(const Scenario& scenario, Seen& seen) {
     Life life(scenario);
-    return life.LiveOn(events);
+    return life.LiveOn(seen);
 }
 
 Life::Life(const Scenario& scenario)
@@ -61,11 +61,12 @@ Life::Life(const Scenario& scenario)
       turns_([this] {
           std::ostringstream text;
           showValue(scenario_, text);
-          fprintf(stderr, "%s(stuck at: %s)\n", text.str().c_str(), step_ == nullptr ? "start or end" : Text(*step_).c_str());
+          fprintf(stderr, "%s(stuck at: %s)\n", text.str().c_str(),
+                  step_ == nullptr ? "start or end" : Text(*step_).c_str());
       }),
       model_({scenario.monitor, kConfigs.at(static_cast<size_t>(scenario.config)).bindings}) {}
 
-std::optional<std::string> Life::LiveOn(long& events) {
+std::optional<std::string> Life::LiveOn(Seen& seen) {
     Prepare();
     Watch();
     Start();
@@ -82,9 +83,21 @@ std::optional<std::string> Life::LiveOn(long& events) {
     }
     step_ = nullptr;
     End();
-    events += events_;
+    Count(seen);
     const auto wrong_end = JudgeEnd();
     return wrong ? wrong : wrong_end;
+}
+
+void Life::Count(Seen& seen) const {
+    ++seen.lives;
+    seen.steps += static_cast<long>(scenario_.steps.size());
+    seen.events += events_;
+    seen.time += Turns::Now();
+    for (const Deed& deed : model_.deeds()) {
+        // "publishes activity" is one kind of deed, and so is "asks the store".
+        const bool of_key = deed.what.rfind("key ", 0) == 0;
+        ++seen.deeds[of_key ? deed.what : deed.what.substr(0, deed.what.find(' ', deed.what.find(' ') + 1))];
+    }
 }
 
 void Life::Prepare() {
@@ -140,20 +153,29 @@ void Life::End() {
 
 void Life::Apply(const Step& step) {
     switch (step.kind) {
-        case Step::Kind::Time: break;
+        case Step::Kind::Time:
+            break;
         case Step::Kind::GameNotice:
         case Step::Kind::AppAnswers:
         case Step::Kind::AppGone:
-        case Step::Kind::AppSignal: ApplyToApps(step); break;
+        case Step::Kind::AppSignal:
+            ApplyToApps(step);
+            break;
         case Step::Kind::Store:
-        case Step::Kind::StoreAnswer: ApplyToStore(step); break;
+        case Step::Kind::StoreAnswer:
+            ApplyToStore(step);
+            break;
         case Step::Kind::Hub:
         case Step::Kind::Terms:
         case Step::Kind::Screensaver:
         case Step::Kind::EasyWakeup:
         case Step::Kind::Power:
-        case Step::Kind::Standby: ApplyToSettings(step); break;
-        default: ApplyToPads(step); break;
+        case Step::Kind::Standby:
+            ApplyToSettings(step);
+            break;
+        default:
+            ApplyToPads(step);
+            break;
     }
     const int time = step.kind == Step::Kind::Time ? step.who : 0;
     turns_.Pass(std::chrono::milliseconds(time));
@@ -163,15 +185,23 @@ void Life::Apply(const Step& step) {
 void Life::ApplyToPads(const Step& step) {
     const std::string uid = PadName(step.who);
     switch (step.kind) {
-        case Step::Kind::Button: return Send(step.who, kButton, step.what, step.value);
+        case Step::Kind::Button:
+            return Send(step.who, kButton, step.what, step.value);
+        case Step::Kind::LetGo:
+            if (const auto input = model_.heldBy()) {
+                Send(step.who, input->first, input->second, 0);
+            }
+            return;
         case Step::Kind::Tap:
             Send(step.who, kButton, step.what, 1);
             return Send(step.who, kButton, step.what, 0);
         case Step::Kind::Pair:
             Send(step.who, kButton, step.what == 0 ? kSelect : kStart, 1);
             return Send(step.who, kButton, step.what == 0 ? kStart : kSelect, 1);
-        case Step::Kind::Axis: return Send(step.who, kAxis, step.what, step.value);
-        case Step::Kind::Raw: return Send(step.who, step.what, step.value, 1);
+        case Step::Kind::Axis:
+            return Send(step.who, kAxis, step.what, step.value);
+        case Step::Kind::Raw:
+            return Send(step.who, step.what, step.value, 1);
         case Step::Kind::Shake:
             for (int i = 0; i < step.value; ++i) {
                 Send(step.who, kAxis, step.what, 32767);
@@ -269,7 +299,8 @@ void Life::TellSettings() {
 std::optional<std::string> Life::Compare() {
     const std::vector<Deed>& wanted = model_.deeds();
     const auto lock = platform_.Lock();
-    const auto end = deeds_.size() <= wanted.size() ? deeds_.end() : deeds_.begin() + static_cast<std::ptrdiff_t>(wanted.size());
+    const auto end =
+        deeds_.size() <= wanted.size() ? deeds_.end() : deeds_.begin() + static_cast<std::ptrdiff_t>(wanted.size());
     const auto [deed, want] = std::mismatch(deeds_.begin(), end, wanted.begin());
     if (deed == deeds_.end() && want == wanted.end()) {
         return std::nullopt;

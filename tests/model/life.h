@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,13 +13,22 @@
 /// One life of the real service on the test double, and the model beside it.
 class Life {
 public:
-    /// What was found wrong and where, if anything. Adds what the pads sent to `events`.
-    static std::optional<std::string> Live(const Scenario& scenario, long& events);
+    /// What many lives saw together.
+    struct Seen {
+        long lives = 0;
+        long steps = 0;
+        long events = 0;                    ///< that the pads sent
+        Turns::Microseconds time{0};        ///< that passed for the service
+        std::map<std::string, long> deeds;  ///< how often it did what
+    };
+    /// What was found wrong and where, if anything.
+    static std::optional<std::string> Live(const Scenario& scenario, Seen& seen);
 
 private:
     explicit Life(const Scenario& scenario);
 
-    std::optional<std::string> LiveOn(long& events);
+    std::optional<std::string> LiveOn(Seen& seen);
+    void Count(Seen& seen) const;
     void Prepare();
     void Start();
     void End();

@@ -56,11 +56,16 @@ void Model::LetAwakeAct() {
 
 void Model::Act(Who who) {
     switch (who) {
-        case Who::Dispatcher: return GoOnReading();
-        case Who::Monitor: return RunMonitor();
-        case Who::Pair: return PollPair();
-        case Who::Library: return DeliverNotices();
-        default: return RunTimer(static_cast<int>(who) - static_cast<int>(Who::Timer0));
+        case Who::Dispatcher:
+            return GoOnReading();
+        case Who::Monitor:
+            return RunMonitor();
+        case Who::Pair:
+            return PollPair();
+        case Who::Library:
+            return DeliverNotices();
+        default:
+            return RunTimer(static_cast<int>(who) - static_cast<int>(Who::Timer0));
     }
 }
 
@@ -123,8 +128,7 @@ std::optional<int> Model::OpenPad(const std::string& uid) {
 }
 
 bool Model::RemovePad(const std::string& uid) {
-    const auto gone =
-        std::find_if(table_.begin(), table_.end(), [&](int id) { return open_.at(id).pad.uid == uid; });
+    const auto gone = std::find_if(table_.begin(), table_.end(), [&](int id) { return open_.at(id).pad.uid == uid; });
     if (gone != table_.end()) {
         open_.erase(*gone);
         table_.erase(gone);
@@ -301,7 +305,7 @@ void Model::HandleHome(int device, int value) {
     } else if (device < kTimers && value == 0) {
         Timer& timer = timers_[static_cast<size_t>(device)];
         if (std::exchange(timer.armed, false)) {
-            ++timer.stops;
+            timer.released = timer.waits;
             if (timer.waits) {
                 order_.Wake(TimerOf(device));
             }
@@ -323,22 +327,17 @@ void Model::PressHomeLong(int device) {
 
 void Model::RunTimer(int device) {
     Timer& timer = timers_[static_cast<size_t>(device)];
-    if (std::exchange(timer.waits, false)) {
-        if (timer.stops > 0) {
-            --timer.stops;
-        } else {
-            timer.armed = false;
-            Send(kHubKey, KeyMove::Tap);
-        }
+    const bool held = std::exchange(timer.waits, false) && !std::exchange(timer.released, false);
+    if (held) {
+        timer.armed = false;
+        Send(kHubKey, KeyMove::Tap);
     }
     while (!timer.waits && timer.starts > 0) {
         --timer.starts;
-        if (timer.armed && timer.stops > 0) {
-            --timer.stops;
-        } else if (timer.armed) {
-            timer.waits = true;
-            order_.SleepUntil(TimerOf(device), order_.now() + kHold);
-        }
+        timer.waits = timer.armed;
+    }
+    if (timer.waits) {
+        order_.SleepUntil(TimerOf(device), order_.now() + kHold);
     }
 }
 
@@ -389,6 +388,7 @@ void Model::NoteActivity() {
     if (std::exchange(wakesDevice_, false)) {
         Do("wakes the device for reason 1");
         Do("sets power state 0, flag 1");
+        powerState_ = 0;
     }
     ++activity_;
 }

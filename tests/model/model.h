@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "FakeStore.h"
@@ -55,6 +56,10 @@ public:
     void StandbyNotice();
 
     const std::vector<Deed>& deeds() const { return deeds_; }
+    /// Type and code of the event that pressed the key that is held.
+    std::optional<std::pair<int, int>> heldBy() const {
+        return held_ ? std::optional<std::pair<int, int>>({held_->type, held_->code}) : std::nullopt;
+    }
     /// The last event that could press or release a key fell outside menu mode, so none may be held now.
     bool lastEventOutsideMenuMode() const { return lastEventOutside_; }
     /// A pad is being connected or removed, and waits for the reader of the pads.
@@ -80,9 +85,9 @@ private:
     struct Timer {
         bool exists = false;
         bool armed = false;
-        bool waits = false;  ///< for the end of the hold
         int starts = 0;
-        int stops = 0;
+        bool waits = false;     ///< for the end of the hold
+        bool released = false;  ///< while it waited
     };
 
     void Do(const std::string& what) { deeds_.push_back({order_.now(), what}); }

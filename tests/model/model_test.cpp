@@ -14,7 +14,7 @@
 namespace {
 
 constexpr int kLivesPerSeed = 100;
-constexpr int kLongestLife = 200;  // steps
+constexpr int kLongestLife = 600;  // steps
 
 long NumberFrom(const char* variable, long otherwise) {
     const char* const text = getenv(variable);
@@ -22,14 +22,14 @@ long NumberFrom(const char* variable, long otherwise) {
 }
 
 /// What went wrong in the shortest life in which it does, or nothing.
-std::optional<std::string> LiveHundredLives(uint64_t seed, long& events) {
+std::optional<std::string> LiveHundredLives(uint64_t seed, Life::Seen& seen) {
     rc::detail::TestParams params;
     params.seed = seed;
     params.maxSuccess = kLivesPerSeed;
     params.maxSize = kLongestLife;
-    const auto as_the_model = [&events] {
+    const auto as_the_model = [&seen] {
         const Scenario scenario = *AnyScenario();
-        const auto wrong = Life::Live(scenario, events);
+        const auto wrong = Life::Live(scenario, seen);
         if (wrong) {
             RC_FAIL(*wrong);
         }
@@ -43,19 +43,26 @@ std::optional<std::string> LiveHundredLives(uint64_t seed, long& events) {
     return text.str();
 }
 
-TEST(TheService, DoesInEveryLifeWhatTheModelDoes) {
-    const auto start = std::chrono::steady_clock::now();
-    const long wanted = NumberFrom("QUORVEX_MODEL_EVENTS", QUORVEX_MODEL_EVENTS);
-    const auto first = static_cast<uint64_t>(NumberFrom("QUORVEX_SEED", start.time_since_epoch().count() % 1000000));
-    printf("QUORVEX_SEED=%llu\n", static_cast<unsigned long long>(first));
-    long events = 0;
-    uint64_t seed = first;
-    for (; events < wanted; ++seed) {
-        const auto wrong = LiveHundredLives(seed, events);
-        ASSERT_FALSE(wrong) << *wrong << "Again: QUORVEX_SEED=" << seed << " QUORVEX_MODEL_EVENTS=1";
+void Print(const Life::Seen& seen) {
+    using Hours = std::chrono::duration<double, std::ratio<3600>>;
+    printf("%ld events and %ld steps in %ld lives, %.1f hours of service; it did\n", seen.events, seen.steps,
+           seen.lives, Hours(seen.time).count());
+    for (const auto& [deed, times] : seen.deeds) {
+        printf("%9ld x %s\n", times, deed.c_str());
     }
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
-    printf("%ld events in %llu lives, %.1f s\n", events, static_cast<unsigned long long>((seed - first) * kLivesPerSeed), time.count());
+}
+
+TEST(TheService, DoesInEveryLifeWhatTheModelDoes) {
+    const auto now = static_cast<long>(std::chrono::steady_clock::now().time_since_epoch().count() % 1000000);
+    const auto first = static_cast<uint64_t>(NumberFrom("QUORVEX_SEED", now));
+    const long wanted = NumberFrom("QUORVEX_MODEL_EVENTS", QUORVEX_MODEL_EVENTS);
+    printf("QUORVEX_SEED=%llu\n", static_cast<unsigned long long>(first));
+    Life::Seen seen;
+    for (uint64_t seed = first; seen.events < wanted; ++seed) {
+        const auto wrong = LiveHundredLives(seed, seen);
+        ASSERT_FALSE(wrong) << *wrong << "\nAgain: QUORVEX_SEED=" << seed << " QUORVEX_MODEL_EVENTS=1";
+    }
+    Print(seen);
 }
 
 }  // namespace

@@ -40,15 +40,15 @@ std::string NameOr(const std::map<int, std::string>& names, int number, const st
 }
 
 std::string Button(int button) {
-    static const std::map<int, std::string> names = {{0, "A"},      {1, "B"},      {2, "X"},
-                                                     {10, "Select"}, {11, "Start"}, {12, "the left stick"},
+    static const std::map<int, std::string> names = {{0, "A"},       {1, "B"},          {2, "X"},
+                                                     {10, "Select"}, {11, "Start"},     {12, "the left stick"},
                                                      {14, "Home"},   {398, "Home page"}};
     return NameOr(names, button, "button ");
 }
 
 std::string Axis(int axis) {
     static const std::map<int, std::string> names = {
-        {0, "the left stick sideways"},   {1, "the left stick up and down"}, {3, "the right stick sideways"},
+        {0, "the left stick sideways"},     {1, "the left stick up and down"}, {3, "the right stick sideways"},
         {4, "the right stick up and down"}, {16, "the pad's cross sideways"},  {17, "the pad's cross up and down"}};
     return NameOr(names, axis, "axis ");
 }
@@ -96,11 +96,16 @@ std::string StoreText(const Step& step) {
 std::string SettingText(const Step& step) {
     const std::string value = std::to_string(step.what);
     switch (step.kind) {
-        case Step::Kind::Hub: return "the game hub's status becomes " + value;
-        case Step::Kind::Terms: return step.what == Step::kNone ? "the terms are unknown" : "the terms become " + value;
-        case Step::Kind::Screensaver: return step.what == 1 ? "the screensaver comes" : "the screensaver goes";
-        case Step::Kind::EasyWakeup: return "easy wake-up becomes " + value;
-        default: return "the device's power state becomes " + value;
+        case Step::Kind::Hub:
+            return "the game hub's status becomes " + value;
+        case Step::Kind::Terms:
+            return step.what == Step::kNone ? "the terms are unknown" : "the terms become " + value;
+        case Step::Kind::Screensaver:
+            return step.what == 1 ? "the screensaver comes" : "the screensaver goes";
+        case Step::Kind::EasyWakeup:
+            return "easy wake-up becomes " + value;
+        default:
+            return "the device's power state becomes " + value;
     }
 }
 
@@ -117,32 +122,53 @@ const PadShape& ShapeOf(int shape) {
 std::string Text(const Step& step) {
     const std::string pad = PadName(step.who);
     switch (step.kind) {
-        case Step::Kind::Time: return std::to_string(step.who) + " ms pass";
-        case Step::Kind::Button: return ButtonText(step);
-        case Step::Kind::Tap: return pad + " taps " + Button(step.what);
-        case Step::Kind::Pair: return pad + (step.what == 0 ? " presses Select and Start" : " presses Start and Select");
-        case Step::Kind::Axis: return pad + " moves " + Axis(step.what) + " to " + std::to_string(step.value);
+        case Step::Kind::Time:
+            return std::to_string(step.who) + " ms pass";
+        case Step::Kind::Button:
+            return ButtonText(step);
+        case Step::Kind::LetGo:
+            return pad + " lets go of what holds a key";
+        case Step::Kind::Tap:
+            return pad + " taps " + Button(step.what);
+        case Step::Kind::Pair:
+            return pad + (step.what == 0 ? " presses Select and Start" : " presses Start and Select");
+        case Step::Kind::Axis:
+            return pad + " moves " + Axis(step.what) + " to " + std::to_string(step.value);
         case Step::Kind::Raw:
-            return pad + " sends an event of type " + std::to_string(step.what) + ", code " + std::to_string(step.value);
-        case Step::Kind::Shake: return pad + " shakes " + Axis(step.what) + " " + std::to_string(step.value) + " times";
-        case Step::Kind::Plug: return pad + " connects" + Shapes().at(static_cast<size_t>(step.what)).name;
-        case Step::Kind::Unplug: return pad + " is removed";
-        case Step::Kind::PadNotice: return NoticeText(step);
-        case Step::Kind::GameNotice: return GameText(step);
-        case Step::Kind::AppAnswers: return Process(step.who) + " will answer " + std::to_string(step.what);
-        case Step::Kind::AppGone: return Process(step.who) + " is gone";
-        case Step::Kind::AppSignal: return SignalText(step);
-        case Step::Kind::Store: return StoreText(step);
-        case Step::Kind::StoreAnswer: return "the store answers";
-        case Step::Kind::Standby: return "the device goes to standby";
-        default: return SettingText(step);
+            return pad + " sends an event of type " + std::to_string(step.what) + ", code " +
+                   std::to_string(step.value);
+        case Step::Kind::Shake:
+            return pad + " shakes " + Axis(step.what) + " " + std::to_string(step.value) + " times";
+        case Step::Kind::Plug:
+            return pad + " connects" + Shapes().at(static_cast<size_t>(step.what)).name;
+        case Step::Kind::Unplug:
+            return pad + " is removed";
+        case Step::Kind::PadNotice:
+            return NoticeText(step);
+        case Step::Kind::GameNotice:
+            return GameText(step);
+        case Step::Kind::AppAnswers:
+            return Process(step.who) + " will answer " + std::to_string(step.what);
+        case Step::Kind::AppGone:
+            return Process(step.who) + " is gone";
+        case Step::Kind::AppSignal:
+            return SignalText(step);
+        case Step::Kind::Store:
+            return StoreText(step);
+        case Step::Kind::StoreAnswer:
+            return "the store answers";
+        case Step::Kind::Standby:
+            return "the device goes to standby";
+        default:
+            return SettingText(step);
     }
 }
 
 void showValue(const Scenario& scenario, std::ostream& out) {
-    out << "the service starts with " << scenario.pads << " pads, games \"" << kGameTexts.at(static_cast<size_t>(scenario.games)).text
-        << "\", " << kConfigs.at(static_cast<size_t>(scenario.config)).name
-        << (scenario.monitor ? ", on a smart monitor" : "") << '\n';
+    out << "the service starts with " << scenario.pads << " pads, games \""
+        << kGameTexts.at(static_cast<size_t>(scenario.games)).text << "\", "
+        << kConfigs.at(static_cast<size_t>(scenario.config)).name << (scenario.monitor ? ", on a smart monitor" : "")
+        << '\n';
     for (const Step& step : scenario.steps) {
         out << Text(step) << '\n';
     }

@@ -11,6 +11,7 @@ struct Step {
     enum class Kind {
         Time,         ///< who: milliseconds that pass
         Button,       ///< who: pad, what: button, value
+        LetGo,        ///< who: pad, whose stick or button is let go that holds a key, even if it is another pad's
         Tap,          ///< who: pad, what: button, down and up between two looks
         Pair,         ///< who: pad, what: 0 Select and then Start, 1 the other way round
         Axis,         ///< who: pad, what: axis, value

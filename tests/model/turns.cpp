@@ -73,20 +73,21 @@ struct Player {
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
 
-    sem_t turn;                       ///< posted when it has the turn
-    const void* awaited = nullptr;    ///< the mutex, condition or player that it waits for
-    Microseconds due = kForEver;      ///< when it wakes by itself
+    sem_t turn;                     ///< posted when it has the turn
+    const void* awaited = nullptr;  ///< the mutex, condition or player that it waits for
+    Microseconds due = kForEver;    ///< when it wakes by itself
     Microseconds asleepSince{0};
-    uint64_t order = 0;               ///< counts all who ever fell asleep
-    bool woken = false;               ///< by somebody, and not by the clock
+    uint64_t order = 0;  ///< counts all who ever fell asleep
+    bool woken = false;  ///< by somebody, and not by the clock
     bool gone = false;
-    pthread_t handle{};               ///< of a std::thread
+    pthread_t handle{};  ///< of a std::thread
 };
 
 struct Game {
     std::function<void()> whenStuck;
     std::list<Player> players;  // the first is the one that made the game
     std::deque<Player*> ready;
+    int atMutexes = 0;  // how many wait for one
     Microseconds now{0};
     uint64_t sleeps = 0;
 };
@@ -167,7 +168,9 @@ void WakeAll(const void* awaited) {
 int Lock(pthread_mutex_t* mutex) {
     int result = pthread_mutex_trylock(mutex);
     while (result == EBUSY) {
+        ++game->atMutexes;
         Rest(mutex, kForEver);
+        --game->atMutexes;
         result = pthread_mutex_trylock(mutex);
     }
     return result;
@@ -175,7 +178,9 @@ int Lock(pthread_mutex_t* mutex) {
 
 int Unlock(pthread_mutex_t* mutex) {
     const int result = __real_pthread_mutex_unlock(mutex);
-    WakeOne(mutex);
+    if (game->atMutexes > 0) {
+        WakeOne(mutex);
+    }
     return result;
 }
 
@@ -245,7 +250,8 @@ Turns::Turns(std::function<void()> whenStuck) {
 }
 
 Turns::~Turns() {
-    if (std::any_of(std::next(game->players.begin()), game->players.end(), [](const Player& one) { return !one.gone; })) {
+    if (std::any_of(std::next(game->players.begin()), game->players.end(),
+                    [](const Player& one) { return !one.gone; })) {
         fprintf(stderr, "Turns: a thread is left\n");
         abort();
     }

@@ -12,7 +12,8 @@
 ///          std::thread and std::condition_variable. The link options that put it in place stand in CMakeLists.txt.
 ///          Only semaphores' time-outs count by the virtual clock; other timed waits wait as long as it takes.
 /// Life     one at a time. The thread that makes it has the first turn, and is the last one left when it ends.
-/// Stuck    when the maker's thread could not go on for an hour, the program tells what `whenStuck` has to say and aborts.
+/// Stuck    when the maker's thread could not go on for an hour, the program tells what `whenStuck` has to say and
+/// aborts.
 class Turns {
 public:
     using Microseconds = std::chrono::microseconds;
