@@ -73,12 +73,12 @@ bool DeadlineAfter(unsigned long ms, timespec& deadline) {
     if (gettimeofday(&now, nullptr) != 0) {
         return false;
     }
-    long microseconds = now.tv_usec + static_cast<long>((ms % 1000) * 1000);
+    auto microseconds = now.tv_usec + static_cast<long>((ms % 1000) * 1000);
     deadline.tv_sec = now.tv_sec + static_cast<time_t>(ms / 1000);
     for (; microseconds >= MICROSECONDS; microseconds -= MICROSECONDS) {
         ++deadline.tv_sec;
     }
-    deadline.tv_nsec = microseconds * 1000;
+    deadline.tv_nsec = static_cast<long>(microseconds * 1000);
     return true;
 }
 

@@ -104,7 +104,7 @@ private:
 /// Waits for the signal, but not long: the clock is looked at in between.
 int WaitShortly(pthread_cond_t* condition, pthread_mutex_t* mutex) {
     const Microseconds until = RealNow() + Microseconds(kShortPauseUs);
-    const timespec deadline = {until.count() / 1000000, until.count() % 1000000 * 1000};
+    const timespec deadline = {until.count() / 1000000, static_cast<long>(until.count() % 1000000 * 1000)};
     return __real_pthread_cond_timedwait(condition, mutex, &deadline);
 }
 

@@ -61,8 +61,11 @@ bool GoesToTheJournal(const msghdr* message) {
 
 }  // namespace
 
-// The journal's client library finds this one before the C library's: what it sends arrives at the double.
-extern "C" __attribute__((visibility("default"))) ssize_t sendmsg(int fd, const msghdr* message, int flags) {
+// The journal's client library finds this one before the C library's: what it sends arrives at the double. Named for
+// the linker alone, since with 64-bit times on a 32-bit machine the compiler would give sendmsg() another name.
+extern "C" __attribute__((visibility("default"))) ssize_t SendToTheDouble(int fd, const msghdr* message,
+                                                                          int flags) __asm__("sendmsg");
+ssize_t SendToTheDouble(int fd, const msghdr* message, int flags) {
     if (!GoesToTheJournal(message)) {
         return syscall(SYS_sendmsg, fd, message, flags);
     }

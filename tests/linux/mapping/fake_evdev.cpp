@@ -117,8 +117,10 @@ int FakeEvdev::Answer(unsigned long request, void* argument) const {
     return isText ? -1 : Copy("", 0, request, argument);  // no key is down, no property is set
 }
 
-// Stands before the C library's for the whole program.
-extern "C" int ioctl(int descriptor, unsigned long request, ...) noexcept {
+// Stands before the C library's for the whole program. Named for the linker alone, since with 64-bit times on a 32-bit
+// machine the compiler would give ioctl() another name.
+extern "C" int AnswerIoctl(int descriptor, unsigned long request, ...) noexcept __asm__("ioctl");
+int AnswerIoctl(int descriptor, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
