@@ -102,6 +102,10 @@ int FakeGamepad::DeviceId(const std::string& uid) const {
 }
 
 void FakeGamepad::PushEvent(const std::string& uid, int type, int code, int value) {
+    EXPECT_TRUE(TryPushEvent(uid, type, code, value)) << "an event of pad " << uid << ", which is not open";
+}
+
+bool FakeGamepad::TryPushEvent(const std::string& uid, int type, int code, int value) {
     const auto lock = recorder_.Lock();
     bool open = false;
     ++eventTime_;
@@ -111,7 +115,7 @@ void FakeGamepad::PushEvent(const std::string& uid, int type, int code, int valu
             open = true;
         }
     }
-    EXPECT_TRUE(open) << "an event of pad " << uid << ", which is not open";
+    return open;
 }
 
 bool FakeGamepad::WaitUntilHandled(const std::string& uid, std::chrono::milliseconds atMost) const {

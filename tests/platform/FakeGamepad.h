@@ -54,6 +54,8 @@ public:
 
     /// Events of an open pad, read by every device that is open under its uid. A pad that is not open fails the test.
     void PushEvent(const std::string& uid, int type, int code, int value);
+    /// The same where it may have been closed meanwhile: false then.
+    bool TryPushEvent(const std::string& uid, int type, int code, int value);
     void PressButton(const std::string& uid, int button) { PushEvent(uid, 1, button, 1); }
     void ReleaseButton(const std::string& uid, int button) { PushEvent(uid, 1, button, 0); }
     void MoveAxis(const std::string& uid, int axis, int value) { PushEvent(uid, 3, axis, value); }
