@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/dlog.h"
-
 namespace aul {
 namespace {
 
@@ -14,14 +12,13 @@ constexpr unsigned kLastDelaySeconds = 64;
 }  // namespace
 
 Comeback::Comeback(GMainContext* context, std::string what, std::function<void()> tryAgain)
-    : context_(context), what_(std::move(what)), tryAgain_(std::move(tryAgain)), delaySeconds_(kFirstDelaySeconds) {}
+    : context_(context),
+      presence_(std::move(what)),
+      tryAgain_(std::move(tryAgain)),
+      delaySeconds_(kFirstDelaySeconds) {}
 
 void Comeback::Gone(const std::string& socketPath, const std::string& why) {
-    if (told_ != Told::kGone) {
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: not there (%s); it is waited for", what_.c_str(),
-                     why.c_str());
-        told_ = Told::kGone;
-    }
+    presence_.Missing(why);
     const gint64 end = g_get_monotonic_time() + gint64{delaySeconds_} * G_USEC_PER_SEC;
     watch_ = std::make_unique<SocketWatch>(context_, socketPath, delaySeconds_, [this, end] { Try(end); });
 }
@@ -33,12 +30,8 @@ void Comeback::Try(gint64 end) {
     tryAgain_();
 }
 
-// A server that is there from the beginning is not worth a message.
 void Comeback::There() {
-    if (told_ == Told::kGone) {
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: there", what_.c_str());
-    }
-    told_ = Told::kThere;
+    presence_.There();
     delaySeconds_ = kFirstDelaySeconds;
     watch_.reset();
 }

@@ -8,11 +8,12 @@
 #include <string>
 
 #include "bus/socket_watch.h"
+#include "events/presence.h"
 
 namespace aul {
 
-/// The way back to a server that is not there: says when it is worth trying again, and tells its coming and going in
-/// one message each.
+/// The way back to a server that is not there: says when it is worth trying again, and tells its coming and going
+/// (Presence).
 ///
 /// Threads  made, used and destroyed on the thread of the context, where tryAgain arrives.
 class Comeback {
@@ -29,13 +30,10 @@ public:
 private:
     void Try(gint64 end);
 
-    enum class Told { kNothing, kGone, kThere };
-
     GMainContext* context_;
-    const std::string what_;
+    Presence presence_;
     const std::function<void()> tryAgain_;
     unsigned delaySeconds_;
-    Told told_ = Told::kNothing;
     std::unique_ptr<SocketWatch> watch_;
 };
 

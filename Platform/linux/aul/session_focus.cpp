@@ -5,6 +5,7 @@
 
 #include "aul/sway_focus.h"
 #include "aul/x11_focus.h"
+#include "platform/dlog.h"
 
 namespace aul {
 namespace {
@@ -23,6 +24,10 @@ SessionFocus::SessionFocus(GMainContext* context, Function onFocus)
         socket = Variable("I3SOCK");
     }
     if (socket.empty()) {
+        if (display_.empty()) {
+            __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD",
+                         "no DISPLAY, SWAYSOCK or I3SOCK is set: the newest running game has the focus");
+        }
         UseDisplay();
     } else {
         sway_ = std::make_unique<SwayFocus>(context, socket,

@@ -85,7 +85,7 @@ X11Focus::X11Focus(GMainContext* context, std::string display, Kind kind, Functi
       name_(std::move(display)),
       kind_(kind),
       onFocus_(std::move(onFocus)),
-      comeback_(context, "display " + name_, [this] { Connect(); }) {
+      comeback_(context, "X display " + name_, [this] { Connect(); }) {
     Connect();
 }
 

@@ -8,8 +8,6 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/dlog.h"
-
 namespace {
 
 constexpr uint64_t kReplyTimeoutUs = 5000000;
@@ -50,24 +48,6 @@ std::string SocketPath(Bus::Kind kind) {
     return runtime != nullptr && *runtime == '/' ? std::string(runtime) + "/bus" : std::string();
 }
 
-// Each bus is told of once, however many parts of the platform are connected to it. Only the events thread comes here.
-bool toldMissing[2];
-
-void TellMissing(Bus::Kind kind, const char* why) {
-    if (!toldMissing[static_cast<int>(kind)]) {
-        toldMissing[static_cast<int>(kind)] = true;
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: not there (%s); what needs it waits for it", NameOf(kind),
-                     why);
-    }
-}
-
-void TellThere(Bus::Kind kind) {
-    if (toldMissing[static_cast<int>(kind)]) {
-        toldMissing[static_cast<int>(kind)] = false;
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: there", NameOf(kind));
-    }
-}
-
 }  // namespace
 
 struct Bus::Name {
@@ -90,7 +70,8 @@ struct Bus::PendingCall {
     ReplyFunction onReply;
 };
 
-Bus::Bus(GMainContext* context, Kind kind) : context_(context), kind_(kind), retrySeconds_(kFirstRetrySeconds) {
+Bus::Bus(GMainContext* context, Kind kind)
+    : context_(context), kind_(kind), presence_(NameOf(kind)), retrySeconds_(kFirstRetrySeconds) {
     Connect();
 }
 
@@ -160,7 +141,7 @@ void Bus::Disconnect() {
 void Bus::Lose(const char* why) {
     Disconnect();
     isUp_ = false;
-    TellMissing(kind_, why);
+    presence_.Missing(why);
     for (auto& name : names_) {
         SetOwner(*name.second, {});
     }
@@ -227,7 +208,7 @@ void Bus::Process() {
     } else if (!isUp_ && sd_bus_is_ready(bus_) > 0) {
         isUp_ = true;
         retrySeconds_ = kFirstRetrySeconds;
-        TellThere(kind_);
+        presence_.There();
     }
 }
 

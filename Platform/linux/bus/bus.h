@@ -11,6 +11,7 @@
 #include <string>
 
 #include "bus/socket_watch.h"
+#include "events/presence.h"
 
 /// A connection to a message bus that may be missing, come later, vanish and come back.
 ///
@@ -19,7 +20,7 @@
 ///
 /// Threads  made, used and destroyed on the thread of the context; all callbacks arrive there. A callback may call the
 ///          bus, but not destroy it.
-/// Errors   one message when a bus is lost and one when it is back, for all connections to it together.
+/// Errors   one message when a bus is lost and one when it is back (Presence).
 class Bus {
 public:
     enum class Kind { kSession, kSystem };
@@ -89,6 +90,7 @@ private:
 
     GMainContext* context_;
     Kind kind_;
+    Presence presence_;
     sd_bus* bus_ = nullptr;
     GSource* source_ = nullptr;
     gpointer tag_ = nullptr;  ///< of the descriptor in the source

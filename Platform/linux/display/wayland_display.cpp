@@ -114,9 +114,7 @@ void WaylandDisplay::Begin() {
 void WaylandDisplay::OnAllGlobalsTold() {
     isUp_ = true;
     retrySeconds_ = kFirstRetrySeconds;
-    if (std::exchange(wasTold_, false)) {
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: Wayland compositor: there", purpose_.c_str());
-    }
+    presence_.There();
     handlers_.onUp();
 }
 
@@ -138,10 +136,11 @@ void WaylandDisplay::Close() {
 void WaylandDisplay::Lose(const char* why) {
     const bool wasConnected = socket_ >= 0;
     Close();
-    if (!wasTold_) {
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: Wayland compositor: not there (%s); %s", purpose_.c_str(),
-                     why, isRefused_ ? "it is not used any more" : "waiting for it");
-        wasTold_ = true;
+    if (isRefused_) {
+        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD",
+                     "%s: refused by the Wayland compositor (%s); it is not used any more", purpose_.c_str(), why);
+    } else {
+        presence_.Missing(why);
     }
     if (wasConnected) {
         handlers_.onDown();

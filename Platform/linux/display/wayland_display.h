@@ -10,6 +10,7 @@
 
 #include "bus/socket_watch.h"
 #include "display/wayland_message.h"
+#include "events/presence.h"
 
 /// The Wayland compositor of $WAYLAND_DISPLAY, which may be missing, come later, vanish and come back. The protocol is
 /// spoken directly: what is needed of it is a few small requests, and nothing here may wait for a reply.
@@ -72,7 +73,7 @@ private:
     bool isUp_ = false;
     bool isRefused_ = false;
     bool isBroken_ = false;  ///< a request could not be sent: found out at the next turn of the loop
-    bool wasTold_ = false;
+    Presence presence_{"Wayland compositor"};
     unsigned retrySeconds_;
     uint32_t lastObject_ = 0;
     std::map<uint32_t, EventFunction> objects_;

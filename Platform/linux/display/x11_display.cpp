@@ -56,7 +56,11 @@ struct X11Display::Attempt {
 };
 
 X11Display::X11Display(GMainContext* context, const char* purpose, Handlers handlers)
-    : context_(context), purpose_(purpose), handlers_(std::move(handlers)), retrySeconds_(kFirstRetrySeconds) {}
+    : context_(context),
+      purpose_(purpose),
+      handlers_(std::move(handlers)),
+      presence_("X display " + Variable("DISPLAY")),
+      retrySeconds_(kFirstRetrySeconds) {}
 
 void X11Display::Start() {
     if (!IsOffered()) {
@@ -162,11 +166,7 @@ void X11Display::OnAttempt(xcb_connection_t* connection) {
     root_ = xcb_->xcb_setup_roots_iterator(xcb_->xcb_get_setup(connection_)).data->root;
     retrySeconds_ = kFirstRetrySeconds;
     Attach();
-    if (wasTold_) {
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: X display %s: there", purpose_.c_str(),
-                     Variable("DISPLAY").c_str());
-        wasTold_ = false;
-    }
+    presence_.There();
     isUp_ = true;
     handlers_.onUp();
 }
@@ -201,11 +201,7 @@ void X11Display::Close() {
 void X11Display::Lose() {
     const bool wasUp = IsUp();
     Close();
-    if (!wasTold_) {
-        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: X display %s: not there; waiting for it", purpose_.c_str(),
-                     Variable("DISPLAY").c_str());
-        wasTold_ = true;
-    }
+    presence_.Missing("no connection");
     if (wasUp) {
         handlers_.onDown();
     }

@@ -9,6 +9,7 @@
 
 #include "bus/socket_watch.h"
 #include "display/xcb.h"
+#include "events/presence.h"
 
 /// The X display of $DISPLAY, which may be missing, come later, vanish and come back. Not used inside a Wayland session
 /// ($WAYLAND_DISPLAY): the X server there knows neither screensaver nor power, and a connection would start it.
@@ -18,7 +19,7 @@
 /// Waits    for nothing: connecting has a short-lived thread of its own, since a server that hangs makes its clients
 /// wait
 ///          without limit; replies come as callbacks.
-/// Errors   one message when the display is lost and one when it is back, beginning with the purpose.
+/// Errors   one message when the display is lost and one when it is back (Presence).
 class X11Display {
 public:
     struct Handlers {
@@ -84,7 +85,7 @@ private:
     bool mayHaveRead_ = false;   ///< what a wait has read lies in the queue
     bool mustTryAgain_ = false;  ///< something happened while a try was under way
     bool isUp_ = false;
-    bool wasTold_ = false;
+    Presence presence_;
     unsigned retrySeconds_;
     std::list<Question> questions_;
     std::shared_ptr<Attempt> attempt_;  ///< while one is made

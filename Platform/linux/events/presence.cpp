@@ -1,0 +1,36 @@
+#include "events/presence.h"
+
+#include <map>
+
+#include "platform/dlog.h"
+
+namespace {
+
+// How many parts miss a server. Never destroyed: the events thread may still run while the program ends.
+int& Missed(const std::string& server) {
+    static std::map<std::string, int>& missed = *new std::map<std::string, int>;
+    return missed[server];
+}
+
+}  // namespace
+
+Presence::~Presence() {
+    if (isMissing_) {
+        --Missed(server_);
+    }
+}
+
+void Presence::Missing(const std::string& why) {
+    if (!isMissing_ && ++Missed(server_) == 1) {
+        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: not there (%s); what needs it waits for it", server_.c_str(),
+                     why.c_str());
+    }
+    isMissing_ = true;
+}
+
+void Presence::There() {
+    if (isMissing_ && --Missed(server_) == 0) {
+        __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "%s: there", server_.c_str());
+    }
+    isMissing_ = false;
+}
