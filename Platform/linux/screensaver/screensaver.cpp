@@ -10,7 +10,7 @@
 #include "platform/dlog.h"
 #include "screensaver/screensavers.h"
 #include "settings/computed_keys.h"
-#include "settings/key_file.h"
+#include "settings/set_key.h"
 
 namespace {
 
@@ -33,10 +33,7 @@ Use& TheUse() {
 }
 
 void Publish(bool isOn) {
-    if (const auto problem = WriteKey(kStateKey, isOn)) {
-        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "screensaver: its state (%s) is not published: %s",
-                     isOn ? "on" : "off", problem->text.c_str());
-    }
+    SetKey(kStateKey, isOn);
 }
 
 // The savers wait for the events thread when they end, on which a function may wait for the lock: never end them with

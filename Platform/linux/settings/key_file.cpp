@@ -140,6 +140,12 @@ Problem Unwritten(const std::string& key, const std::string& path, const std::st
     return {"set " + key, path + ": cannot write: " + why + "; the setting keeps its value"};
 }
 
+// GLib names its temporary file first, another one each time.
+std::string ReasonIn(const std::string& message) {
+    const size_t colon = message.rfind(": ");
+    return colon == std::string::npos ? message : message.substr(colon + 2);
+}
+
 // Empty, or why the file could not be replaced; gone says that its directory vanished meanwhile.
 std::string ReplaceOnce(const std::string& path, const std::string& text, GFileSetContentsFlags flags, bool& gone) {
     if (g_mkdir_with_parents(path.substr(0, path.rfind('/')).c_str(), kDirectoryMode) != 0) {
@@ -148,7 +154,7 @@ std::string ReplaceOnce(const std::string& path, const std::string& text, GFileS
     }
     GError* error = nullptr;
     g_file_set_contents_full(path.c_str(), text.data(), static_cast<gssize>(text.size()), flags, kFileMode, &error);
-    std::string why = error == nullptr ? "" : error->message;
+    std::string why = error == nullptr ? "" : ReasonIn(error->message);
     gone = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT) != FALSE;
     g_clear_error(&error);
     return why;

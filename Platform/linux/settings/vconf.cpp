@@ -7,6 +7,7 @@
 #include "platform/dlog.h"
 #include "settings/complaints.h"
 #include "settings/computed_keys.h"
+#include "settings/set_key.h"
 #include "settings/watcher.h"
 
 namespace {
@@ -77,15 +78,6 @@ int GetInto(const char* key, int* value) {
     });
 }
 
-int Set(const char* key, const Value& value) {
-    const std::string name = Text(key);
-    if (const std::optional<Problem> problem = WriteKey(name, value)) {
-        return Told(*problem);
-    }
-    TheComplaints().Over("set " + name);
-    return 0;
-}
-
 int Notify(const char* key, vconf_callback_fn callback, void* userData) {
     BeginWatch(Text(key));
     if (const std::optional<Problem> problem = TheWatcher().Add(Text(key), callback, userData)) {
@@ -106,6 +98,14 @@ int Ignore(const char* key, vconf_callback_fn callback) {
 
 }  // namespace
 
+int SetKey(const std::string& key, const Value& value) {
+    if (const std::optional<Problem> problem = WriteKey(key, value)) {
+        return Told(*problem);
+    }
+    TheComplaints().Over("set " + key);
+    return 0;
+}
+
 int vconf_get_int(const char* key, int* value) {
     return GetInto<int>(key, value);
 }
@@ -122,11 +122,11 @@ char* vconf_get_str(const char* key) {
 }
 
 int vconf_set_int(const char* key, int value) {
-    return Guarded(-1, [&] { return Set(key, value); });
+    return Guarded(-1, [&] { return SetKey(Text(key), value); });
 }
 
 int vconf_set_str(const char* key, const char* value) {
-    return Guarded(-1, [&] { return value == nullptr ? -1 : Set(key, std::string(value)); });
+    return Guarded(-1, [&] { return value == nullptr ? -1 : SetKey(Text(key), std::string(value)); });
 }
 
 int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* user_data) {
