@@ -33,6 +33,15 @@ std::string SocketPath(const std::string& display) {
     return "/tmp/.X11-unix/X" + number;
 }
 
+// Of the first screen; none without a connection, and on a server that has no screen.
+xcb_window_t RootOf(const Xcb& xcb, xcb_connection_t* connection) {
+    if (xcb.xcb_connection_has_error(connection) != 0) {
+        return XCB_WINDOW_NONE;
+    }
+    const xcb_screen_iterator_t screens = xcb.xcb_setup_roots_iterator(xcb.xcb_get_setup(connection));
+    return screens.rem > 0 ? screens.data->root : xcb_window_t{XCB_WINDOW_NONE};
+}
+
 }  // namespace
 
 struct X11Display::Source {
@@ -155,7 +164,8 @@ gboolean X11Display::FinishAttempt(gpointer share) {
 
 void X11Display::OnAttempt(xcb_connection_t* connection) {
     connection_ = connection;
-    if (xcb_->xcb_connection_has_error(connection_) != 0) {
+    root_ = RootOf(*xcb_, connection_);
+    if (root_ == XCB_WINDOW_NONE) {
         Lose();
         if (mustTryAgain_) {
             TryOnce();
@@ -163,7 +173,6 @@ void X11Display::OnAttempt(xcb_connection_t* connection) {
         return;
     }
     serverWatch_.reset();
-    root_ = xcb_->xcb_setup_roots_iterator(xcb_->xcb_get_setup(connection_)).data->root;
     retrySeconds_ = kFirstRetrySeconds;
     Attach();
     presence_.There();

@@ -7,22 +7,21 @@
 #include <xcb/xcb.h>
 #include <xcb/xcbext.h>
 
-#define QUORVEX_XCB_FUNCTIONS(X)     \
-    X(xcb_connect)                   \
-    X(xcb_disconnect)                \
-    X(xcb_connection_has_error)      \
-    X(xcb_get_file_descriptor)       \
-    X(xcb_get_setup)                 \
-    X(xcb_setup_roots_iterator)      \
-    X(xcb_get_extension_data)        \
-    X(xcb_poll_for_event)            \
-    X(xcb_poll_for_reply)            \
-    X(xcb_flush)                     \
-    X(xcb_intern_atom)               \
-    X(xcb_get_property)              \
-    X(xcb_get_property_value)        \
-    X(xcb_get_property_value_length) \
-    X(xcb_change_window_attributes)  \
+#define QUORVEX_XCB_FUNCTIONS(X)    \
+    X(xcb_connect)                  \
+    X(xcb_disconnect)               \
+    X(xcb_connection_has_error)     \
+    X(xcb_get_file_descriptor)      \
+    X(xcb_get_setup)                \
+    X(xcb_setup_roots_iterator)     \
+    X(xcb_get_extension_data)       \
+    X(xcb_poll_for_event)           \
+    X(xcb_poll_for_reply)           \
+    X(xcb_flush)                    \
+    X(xcb_intern_atom)              \
+    X(xcb_get_property)             \
+    X(xcb_get_property_value)       \
+    X(xcb_change_window_attributes) \
     X(xcb_force_screen_saver)
 
 #define QUORVEX_XCB_SCREENSAVER_FUNCTIONS(X) \

@@ -15,6 +15,7 @@ namespace {
 
 constexpr char kPurpose[] = "screensaver";
 constexpr char kStatusName[] = "_SCREENSAVER_STATUS";
+constexpr int kNumberBits = 32;
 constexpr int kEventTypes = 0x7f;  // without the mark of an event that another client has sent
 
 // The program's own copy of the signal mask would block everything, and its output would end up in our log.
@@ -91,14 +92,15 @@ void X11Saver::ListenToProgram() {
     });
 }
 
-// Three numbers, of which the first is 0 while nothing is blanked.
+// Three numbers, of which the first is 0 while nothing is blanked. What a reply says of its value's length need not be
+// true: it is as long as the reply itself.
 void X11Saver::ReadProgramState() {
     const auto cookie = display_.Functions().xcb_get_property(display_.Connection(), 0, display_.Root(), statusAtom_,
                                                               XCB_ATOM_INTEGER, 0, 3);
     display_.Await(cookie.sequence, [this](const void* reply) {
         const auto* property = static_cast<const xcb_get_property_reply_t*>(reply);
         uint32_t state = 0;
-        if (property != nullptr && display_.Functions().xcb_get_property_value_length(property) >= 4) {
+        if (property != nullptr && property->format == kNumberBits && property->value_len > 0 && property->length > 0) {
             std::memcpy(&state, display_.Functions().xcb_get_property_value(property), sizeof state);
         }
         isProgramBlanked_ = state != 0;
