@@ -58,7 +58,7 @@ function(quorvex_wrap library)
     foreach(function ${ARGN})
         set(symbol ${function})
         if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-            string(REGEX REPLACE "^(gettimeofday|pthread_cond_timedwait)$" "__\\164" symbol ${symbol})
+            string(REGEX REPLACE "^(gettimeofday|pthread_cond_(timed|clock)wait)$" "__\\164" symbol ${symbol})
             string(REGEX REPLACE "^prctl$" "__prctl_time64" symbol ${symbol})
             string(REGEX REPLACE "^_Znwm" "_Znwj" symbol ${symbol})
             target_compile_definitions(${library} PRIVATE
