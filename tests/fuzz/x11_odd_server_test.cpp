@@ -1,0 +1,54 @@
+// X servers that no real one is like, found by fuzzing.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "fuzz.h"
+#include "screensaver/x11_saver.h"
+#include "socket_server.h"
+#include "x11_server.h"
+
+namespace {
+
+/// What the server has: a root window, one screen, no extension.
+const std::string kWithAScreen{"\1\0\0\0\0\0\0", 7};
+const std::string kWithoutAScreen{"\1\0\0\0\7\0\0", 7};
+const std::string kNoEvent = "\1";
+
+/// A reply of 32 bytes with the value's format and number of items, behind which nothing follows.
+std::string Reply(char format, char items) {
+    std::string reply(34, '\0');
+    reply[3] = format;
+    reply[2 + 16] = items;
+    return reply;
+}
+
+class AnOddServer : public testing::Test {
+protected:
+    AnOddServer() {
+        fuzz::Set("WAYLAND_DISPLAY", "");
+        fuzz::Set("DISPLAY", "elsewhere:0");
+    }
+};
+
+TEST_F(AnOddServer, WithoutAScreenIsNotUsed) {
+    fuzz::Input input(reinterpret_cast<const std::uint8_t*>(kWithoutAScreen.data()), kWithoutAScreen.size());
+    const fuzz::X11Server server(input);
+    const X11Saver saver(g_main_context_default(), {[] {}, [](Saver&) {}});
+    fuzz::RunContext();
+    EXPECT_FALSE(saver.CanBeReset());
+}
+
+TEST_F(AnOddServer, ThatPromisesMoreThanItSendsIsNotBelieved) {
+    const std::string said = kWithAScreen + kNoEvent + Reply(0, 0) + kNoEvent + Reply(32, 1) + kNoEvent;
+    fuzz::Input input(reinterpret_cast<const std::uint8_t*>(said.data()), said.size());
+    const fuzz::X11Server server(input);
+    const X11Saver saver(g_main_context_default(), {[] {}, [](Saver&) {}});
+    fuzz::RunContext();
+    EXPECT_TRUE(saver.CanBeReset());
+    EXPECT_TRUE(input.IsEmpty());
+    EXPECT_FALSE(saver.IsOn());
+}
+
+}  // namespace
