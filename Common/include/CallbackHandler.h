@@ -5,6 +5,7 @@
 
 #include "CThread/CMutex.h"
 #include "CThread/CRawMutex.h"
+#include "CThread/LockOrder.h"
 
 /// An object that wants to be called back.
 class GCCallback {
@@ -20,7 +21,7 @@ public:
 
 protected:
     friend class CallbackHandler;
-    CRawMutex m_tCallbackMutex;
+    CRawMutex m_tCallbackMutex ACQUIRED_AFTER(lock_order::AfterRegistry) ACQUIRED_BEFORE(lock_order::BeforeTimeMutex);
 };
 
 /// A set of callbacks, all of which are called when the owner fires an event, in the order of their addresses.
@@ -34,9 +35,9 @@ public:
     CallbackHandler(const CallbackHandler&) = delete;
     CallbackHandler& operator=(const CallbackHandler&) = delete;
 
-    void Create();
-    /// Empties the registry without its lock: nobody may use it any more.
-    void Destroy();
+    /// Both empty the registry without its lock: nobody may use it yet, or any more.
+    void Create() NO_THREAD_SAFETY_ANALYSIS;
+    void Destroy() NO_THREAD_SAFETY_ANALYSIS;
 
     void RegisterCallback(GCCallback* pCb);
     void UnregisterCallback(GCCallback* pCb);
@@ -44,8 +45,8 @@ public:
 
 private:
     /// From the callback's address to the callback.
-    std::map<unsigned long, GCCallback*> m_mCallbackMap;
-    CMutex m_oLock;
+    std::map<unsigned long, GCCallback*> m_mCallbackMap GUARDED_BY(m_oLock);
+    CMutex m_oLock ACQUIRED_AFTER(lock_order::AfterTimer) ACQUIRED_BEFORE(lock_order::AfterRegistry);
 };
 
 #endif

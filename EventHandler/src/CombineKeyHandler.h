@@ -7,6 +7,7 @@
 
 #include "CThread/CRawMutex.h"
 #include "CThread/CThread.h"
+#include "CThread/LockOrder.h"
 #include "platform/gamepad.h"
 
 /// A registered pair of buttons. -1 is "no key" for virtual keys.
@@ -55,7 +56,7 @@ private:
     int32_t m_iKey1 GUARDED_BY(m_tCombineLock) = -1;  ///< first button held, -1 for none
     int32_t m_iKey2 GUARDED_BY(m_tCombineLock) = -1;  ///< second button held, -1 for none
     std::atomic<bool> m_bExit{false};
-    CRawMutex m_tCombineLock;
+    CRawMutex m_tCombineLock ACQUIRED_AFTER(lock_order::AfterMenuMode) ACQUIRED_BEFORE(lock_order::BeforeTimeMutex);
 };
 
 #endif

@@ -14,7 +14,7 @@
 /// Life     construct, Create, use, Destroy, destruct.
 /// Threads  Lock and Unlock from any thread; an Unlock by a thread that does not own it has no effect.
 /// Errors   using one that is not created is reported ("FlagCreate() == true") and does nothing.
-class CMutex {
+class CAPABILITY("mutex") CMutex {
 public:
     CMutex() = default;
     virtual ~CMutex() {
@@ -41,7 +41,7 @@ public:
         }
     }
 
-    void Lock() {
+    void Lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS {
         if (!IsUsable()) {
             return;
         }
@@ -54,7 +54,7 @@ public:
         m_tOwner = pthread_self();
     }
 
-    void Unlock() {
+    void Unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS {
         if (!IsUsable() || m_tOwner != pthread_self()) {
             return;
         }

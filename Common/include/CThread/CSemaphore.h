@@ -4,12 +4,13 @@
 #include <atomic>
 
 #include "CThread/CRawMutex.h"
+#include "CThread/LockOrder.h"
 
 struct SemaphoreState;
 
 /// The one mutex of all semaphores: guards every count and goes into every wait. Innermost lock of the process, held
 /// only briefly; no other lock is taken while it is held.
-extern CRawMutex TimeMutex;
+extern CRawMutex TimeMutex ACQUIRED_AFTER(lock_order::BeforeTimeMutex);
 
 /// A counting semaphore.
 ///

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "CThread/CRawMutex.h"
+#include "CThread/LockOrder.h"
 
 /// Base of the classes that have one instance in the process: class T : public Singleton<T>.
 ///
@@ -66,7 +67,7 @@ private:
         return m_pObj;
     }
 
-    static CRawMutex m_tSingletonLock;
+    static CRawMutex m_tSingletonLock ACQUIRED_AFTER(lock_order::AfterList) ACQUIRED_BEFORE(lock_order::AfterSingleton);
     static T* m_pObj GUARDED_BY(m_tSingletonLock);
     static int m_iLeases GUARDED_BY(m_tSingletonLock);
     static pthread_cond_t m_tNoLease;
