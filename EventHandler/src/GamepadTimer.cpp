@@ -59,19 +59,24 @@ void GamepadTimer::m_DestroySemaphores() {
     }
 }
 
+bool GamepadTimer::m_Change(Start from, Start to) {
+    return m_eStart.compare_exchange_strong(from, to);
+}
+
 void GamepadTimer::StartTimer() {
-    m_bStart = true;
+    m_Change(Start::DISARMED, Start::ARMED);
     m_semThreadSync.Give();
 }
 
+// A release and a press may come while the callbacks run; that press is not theirs to stop.
 void GamepadTimer::StopTimer() {
-    if (m_bStart.exchange(false)) {
+    if (pthread_equal(m_tThread, pthread_self()) == 0 && m_eStart.exchange(Start::DISARMED) != Start::DISARMED) {
         m_semTimer.Give();
     }
 }
 
 void GamepadTimer::m_StopThread() {
-    m_bStart = false;
+    m_eStart = Start::DISARMED;
     m_bExit = true;
     m_semThreadSync.Give();
 }
@@ -109,7 +114,7 @@ void GamepadTimer::t_Main() {
 
 void GamepadTimer::m_WaitOnce() {
     constexpr char OPERATION[] = "t_Main";
-    if (!m_bStart) {
+    if (m_eStart == Start::DISARMED) {
         LOG_AS(OPERATION, __LINE__, DLOG_ERROR, "Timer do not Start!");
         return;
     }
@@ -119,14 +124,16 @@ void GamepadTimer::m_WaitOnce() {
         return;
     }
     LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Timeout!");
-    m_bStart = false;
+    // Not the press that came after a release since: it has its own unit of m_semThreadSync and its own wait.
+    m_Change(Start::WAITING, Start::DISARMED);
     ExecuteCallback(0, &m_iDeviceId, nullptr, nullptr);
 }
 
 // A press and its release that both came before the thread woke up leave a unit behind that no wait has consumed; it
-// would end the wait of the next press at once. A disarm that comes while it is cleared away shows in m_bStart.
+// would end the wait of the next press at once. A disarm that comes while it is cleared away shows in m_eStart.
 bool GamepadTimer::m_IsDisarmedWithin(unsigned long waitMSec) {
     while (m_semTimer.Try(0)) {
     }
-    return !m_bStart || m_semTimer.Try(waitMSec);
+    m_Change(Start::ARMED, Start::WAITING);
+    return m_eStart == Start::DISARMED || m_semTimer.Try(waitMSec);
 }
