@@ -19,7 +19,7 @@ std::atomic<bool> is_gamepad_service_accessible{true};
 namespace {
 
 // Held while the loop is asked to quit and while it is released, so that nobody asks a loop that is gone.
-CRawMutex s_tLoopLock;
+CRawMutex s_tLoopLock ACQUIRED_BEFORE(lock_order::BeforeTimeMutex);
 
 /// What the handler leaves for the relay. Atomics and a POSIX semaphore are all that a handler may touch.
 struct ReceivedSignals {
@@ -172,8 +172,9 @@ bool Initialize() {
     if (pContextManager->Initialize() && pDispatcher->Initialize()) {
         return true;
     }
-    // Before the instance is destroyed: its thread may need the singleton's lock in order to end.
-    pDispatcher->StopThread();
+    // Before the instances are destroyed: a thread that is waited for may need a singleton's lock in order to end.
+    pDispatcher->StopRemains();
+    pContextManager->StopListening();
     Singleton<GamepadEventDispatcher>::DestroyInstance();
     Singleton<GamepadContextManager>::DestroyInstance();
     return false;

@@ -65,6 +65,7 @@ bool GamepadContextManager::Initialize() {
         LOGE("Call[aul_listen_app_status_signal]err");
         return false;
     }
+    m_bIsListening = true;
     m_bIsInitialized = true;
     return true;
 }
@@ -76,8 +77,14 @@ void GamepadContextManager::DeInitialize() {
         LOGE("Please call [Initialize] first");
         return;
     }
-    aul_listen_app_status_signal(nullptr, nullptr);
+    StopListening();
     m_bIsInitialized = false;
+}
+
+void GamepadContextManager::StopListening() {
+    if (m_bIsListening.exchange(false)) {
+        aul_listen_app_status_signal(nullptr, nullptr);
+    }
 }
 
 bool GamepadContextManager::RegisterGameAppPID(int pid) {

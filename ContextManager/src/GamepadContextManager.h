@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CThread/CRawMutex.h"
+#include "CThread/LockOrder.h"
 #include "CThread/Singleton.h"
 
 /// Knows which game applications run and decides, at each change of the focus, whether the gamepad drives the TV's
@@ -23,6 +24,8 @@ public:
     /// False when application status signals cannot be listened to.
     bool Initialize();
     void DeInitialize();
+    /// No application status signal is heard any more; waits for one that is under way.
+    void StopListening();
 
     /// A game app has opened, or runs already. False before Initialize.
     bool RegisterGameAppPID(int pid);
@@ -40,8 +43,9 @@ private:
     void m_AddToList(int pid) REQUIRES(m_tPIDListMutex);
 
     std::vector<int32_t> m_vGameAppPIDList GUARDED_BY(m_tPIDListMutex);
-    CRawMutex m_tPIDListMutex;
+    CRawMutex m_tPIDListMutex ACQUIRED_BEFORE(lock_order::AfterList);
     std::atomic<bool> m_bIsInitialized{false};
+    std::atomic<bool> m_bIsListening{false};
     std::atomic<int32_t> m_iLastFocusPID{0};
 };
 

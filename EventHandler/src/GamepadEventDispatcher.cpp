@@ -49,7 +49,7 @@ GamepadEventDispatcher::GamepadEventDispatcher() {
 GamepadEventDispatcher::~GamepadEventDispatcher() {
     LOGI("Destructor is called");
     DeInitialize();
-    StopThread();
+    StopRemains();
     m_tMenuModeLock.Destroy();
     m_tDeviceLock.Destroy();
 }
@@ -113,12 +113,13 @@ void GamepadEventDispatcher::DeInitialize() {
     LOGI("Exit");
 }
 
-// A start that failed after the thread was created leaves the thread running; it must not outlive this object.
-void GamepadEventDispatcher::StopThread() {
+// None of it may outlive this object.
+void GamepadEventDispatcher::StopRemains() {
     if (FlagCreate()) {
         m_bIsStopThread = true;
         CThread::Destroy();
     }
+    m_oGamepadMonitor.GiveUpWatches();
 }
 
 void GamepadEventDispatcher::StartMenuMode() {

@@ -8,6 +8,7 @@
 #include "AppLauncher.h"
 #include "CThread/CRawMutex.h"
 #include "CThread/CThread.h"
+#include "CThread/LockOrder.h"
 #include "CThread/Singleton.h"
 #include "GamepadDevice.h"
 #include "GamepadMonitor.h"
@@ -34,8 +35,8 @@ public:
     /// True also when it is initialised already.
     bool Initialize();
     void DeInitialize();
-    /// Ends the polling thread, if there is one, and waits for it.
-    void StopThread();
+    /// Ends what a start that failed has left running: the polling thread, the monitor's watches.
+    void StopRemains();
 
     /// Both are refused before Initialize has finished; asking for the current mode only logs.
     void StartMenuMode();
@@ -64,8 +65,8 @@ private:
     std::atomic<bool> m_bIsInitialized{false};
     std::atomic<bool> m_bIsStopThread{false};
     std::atomic<bool> m_bIsMenuMode{true};  ///< changes under m_tMenuModeLock
-    CRawMutex m_tMenuModeLock;
-    CRawMutex m_tDeviceLock ACQUIRED_BEFORE(m_tMenuModeLock);
+    CRawMutex m_tDeviceLock ACQUIRED_AFTER(lock_order::AfterSingleton) ACQUIRED_BEFORE(lock_order::AfterDevice);
+    CRawMutex m_tMenuModeLock ACQUIRED_AFTER(lock_order::AfterDevice) ACQUIRED_BEFORE(lock_order::AfterMenuMode);
     std::vector<_DeviceInfo> m_vDeviceInfoList GUARDED_BY(m_tDeviceLock);
     AppLauncher m_oAppLauncher;
     GamepadRemoteController m_oRemoteController;

@@ -31,10 +31,8 @@ GamepadMonitor::~GamepadMonitor() {
     if (FlagCreate()) {
         GamepadMonitor::Destroy();
     }
-    // A failed Create leaves its watches in place, but no notice may reach an object that is gone.
-    if (m_bIsWatching) {
-        m_Unwatch();
-    }
+    // No notice may reach an object that is gone.
+    GiveUpWatches();
     m_tMutex.Destroy();
 }
 
@@ -72,6 +70,12 @@ void GamepadMonitor::m_Unwatch() {
     if (utils::IsSmartMonitor()) {
         LOG_AS("Destroy", __LINE__, DLOG_INFO, "unsubscribe standby event");
         device_power_unsubscribe_standby_event(PowerOffCallback);
+    }
+}
+
+void GamepadMonitor::GiveUpWatches() {
+    if (m_bIsWatching) {
+        m_Unwatch();
     }
 }
 

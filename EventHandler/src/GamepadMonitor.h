@@ -7,6 +7,7 @@
 #include "CThread/CRawMutex.h"
 #include "CThread/CSemaphore.h"
 #include "CThread/CThread.h"
+#include "CThread/LockOrder.h"
 #include "platform/device_power.h"
 #include "platform/vconf.h"
 
@@ -31,6 +32,8 @@ public:
     int Create();
     void Start();
     void Stop();
+    /// For a Create that failed and left its watches in place; waits for a notice that is under way. Once is enough.
+    void GiveUpWatches();
 
     /// A batch of gamepad events was read.
     void IncreaseActiveNumber();
@@ -53,7 +56,7 @@ private:
     bool m_bScreenSaverOn GUARDED_BY(m_tMutex) = false;
     bool m_bActive GUARDED_BY(m_tMutex) = false;  ///< activity since the last cycle
     bool m_bIsWatching = false;                   ///< the owner's thread only
-    CRawMutex m_tMutex;
+    CRawMutex m_tMutex ACQUIRED_AFTER(lock_order::AfterDevice) ACQUIRED_BEFORE(lock_order::BeforeTimeMutex);
     CSemaphore m_semMonitor;  ///< the thread's wake-up
 };
 

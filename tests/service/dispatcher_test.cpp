@@ -603,7 +603,7 @@ TEST_F(WholeProgram, ADispatcherMayBeTakenDownWithoutEverHavingStarted) {
         dispatcher.DeInitialize();
         dispatcher.StartMenuMode();
         dispatcher.StopMenuMode();
-        dispatcher.StopThread();
+        dispatcher.StopRemains();
     }
     EXPECT_THAT(PlacesOf(platform, "Please call[Initialize]first"),
                 ElementsAre("GamepadEventDispatcher.cpp: DeInitialize", "GamepadEventDispatcher.cpp: StartMenuMode",

@@ -306,6 +306,31 @@ TEST_F(AFailedStartOfTheMonitor, MayBeMetByFocusSignals) {
     EXPECT_EQ(PlacesOf(platform, "Destructor is called").size(), PlacesOf(platform, "Constructor is called").size());
 }
 
+// A platform may tell everything on one thread. What is told may need an instance while the platform waits for its end.
+class AFailedStartWithFocusSignals : public AFailedStartOfTheMonitor {
+protected:
+    void SetUp() override {
+        AFailedStartOfTheMonitor::SetUp();
+        platform.AllowError(kRefused);
+        platform.SetSmartMonitor(true);
+    }
+    /// Sends one signal and waits until the dispatcher, or another one, has answered it.
+    void Signal() {
+        const int before = platform.LogCount(DLOG_ERROR, kRefused);
+        platform.SendAppStatus(1, 5);
+        EXPECT_TRUE(platform.WaitForLog(kRefused, before + 1));
+    }
+    static constexpr char kRefused[] = "Please call[Initialize]first";
+};
+
+TEST_F(AFailedStartWithFocusSignals, GivesUpTheStandbyNoticesBeforeTheDispatcherDies) {
+    platform.OnCall("device_power_unsubscribe_standby_event", [this](const Call&) { Signal(); });
+    RunAndFail();
+    EXPECT_THAT(platform.Timeline(),
+                ContainsInOrder(Texts{"device_power_unsubscribe_standby_event(ptr)",
+                                      "aul_listen_app_status_signal(null, null)", "I: Destructor is called"}));
+}
+
 TEST_F(WholeProgram, WithoutTheSignalRelayTheProgramDoesNotStart) {
     runTime.RefuseThread(RunTime::kSignalRelay);
     platform.ExpectError("pthread_create() threadname:[SignalRelay]");
