@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,8 +14,13 @@
 namespace fuzz {
 namespace {
 
-// A library that was called wrongly says so and goes on; here that is a defect like any other.
-[[maybe_unused]] const GLogLevelFlags gBefore = g_log_set_always_fatal(G_LOG_LEVEL_CRITICAL);
+// A library that was called wrongly says so and goes on; here that is a defect like any other. GLib ends a program by a
+// trap, which the fuzzer does not know.
+void MakeCriticalsFatal() {
+    g_log_set_always_fatal(G_LOG_LEVEL_CRITICAL);
+    std::signal(SIGTRAP, [](int) { std::abort(); });
+}
+[[maybe_unused]] const bool gAreFatal = (MakeCriticalsFatal(), true);
 
 }  // namespace
 
