@@ -20,6 +20,7 @@ public:
         long events = 0;                    ///< that the pads sent
         Turns::Microseconds time{0};        ///< that passed for the service
         std::map<std::string, long> deeds;  ///< how often it did what
+        size_t fingerprint = 0;             ///< of all that it did and when: the same for the same lives
     };
     /// What was found wrong and where, if anything.
     static std::optional<std::string> Live(const Scenario& scenario, Seen& seen);

@@ -45,6 +45,7 @@ std::optional<std::string> LiveHundredLives(uint64_t seed, Life::Seen& seen) {
 
 void Print(const Life::Seen& seen) {
     using Hours = std::chrono::duration<double, std::ratio<3600>>;
+    printf("fingerprint %zx\n", seen.fingerprint);
     printf("%ld events and %ld steps in %ld lives, %.1f hours of service; it did\n", seen.events, seen.steps,
            seen.lives, Hours(seen.time).count());
     for (const auto& [deed, times] : seen.deeds) {
@@ -63,6 +64,15 @@ TEST(TheService, DoesInEveryLifeWhatTheModelDoes) {
         ASSERT_FALSE(wrong) << *wrong << "\nAgain: QUORVEX_SEED=" << seed << " QUORVEX_MODEL_EVENTS=1";
     }
     Print(seen);
+}
+
+TEST(TheModelTest, RepeatsExactlyFromItsSeed) {
+    Life::Seen once;
+    Life::Seen again;
+    EXPECT_EQ(LiveHundredLives(4711, once), std::nullopt);
+    EXPECT_EQ(LiveHundredLives(4711, again), std::nullopt);
+    EXPECT_GT(once.deeds.size(), 20u);
+    EXPECT_EQ(once.fingerprint, again.fingerprint);
 }
 
 }  // namespace
