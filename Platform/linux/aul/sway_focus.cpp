@@ -3,7 +3,6 @@
 #include <glob.h>
 #include <json/json.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,8 @@
 #include <memory>
 #include <utility>
 #include <vector>
+
+#include "display/local_socket.h"
 
 namespace aul {
 namespace {
@@ -26,32 +27,6 @@ constexpr uint32_t kSubscribe = 2;
 constexpr uint32_t kGetTree = 4;
 constexpr uint32_t kWorkspaceEvent = 0x80000000U;
 constexpr uint32_t kWindowEvent = 0x80000003U;
-
-bool Address(const std::string& path, sockaddr_un& address) {
-    address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        return false;
-    }
-    std::memcpy(address.sun_path, path.c_str(), path.size());
-    return true;
-}
-
-int ConnectTo(const std::string& path) {
-    sockaddr_un address;
-    if (!Address(path, address)) {
-        errno = ENAMETOOLONG;
-        return -1;
-    }
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd >= 0 && connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        const int why = errno;
-        close(fd);
-        errno = why;
-        return -1;
-    }
-    return fd;
-}
 
 // "sway-ipc.<user>.<process>.sock" is sway's own name for its socket.
 std::vector<std::string> SocketsBeside(const std::string& path) {
@@ -136,11 +111,11 @@ void SwayFocus::Connect() {
 }
 
 bool SwayFocus::ConnectToAny() {
-    socket_ = ConnectTo(path_);
+    socket_ = ConnectToSession(path_);
     const int why = errno;
     if (socket_ < 0) {
         for (const std::string& other : SocketsBeside(path_)) {
-            socket_ = socket_ >= 0 ? socket_ : ConnectTo(other);
+            socket_ = socket_ >= 0 ? socket_ : ConnectToSession(other);
         }
     }
     errno = why;

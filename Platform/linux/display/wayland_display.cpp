@@ -2,7 +2,6 @@
 
 #include <glib-unix.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <cstring>
 #include <utility>
 
+#include "display/local_socket.h"
 #include "platform/dlog.h"
 
 namespace {
@@ -39,21 +39,6 @@ std::string SocketPath() {
     return name[0] == '/' ? name : Variable("XDG_RUNTIME_DIR") + "/" + name;
 }
 
-int ConnectTo(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        return -1;
-    }
-    std::memcpy(address.sun_path, path.c_str(), path.size());
-    const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (connection >= 0 && connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        close(connection);
-        return -1;
-    }
-    return connection;
-}
-
 }  // namespace
 
 WaylandDisplay::WaylandDisplay(GMainContext* context, const char* purpose, Handlers handlers)
@@ -75,7 +60,7 @@ void WaylandDisplay::Start() {
 }
 
 bool WaylandDisplay::Open() {
-    socket_ = ConnectTo(SocketPath());
+    socket_ = ConnectToSession(SocketPath());
     return socket_ >= 0;
 }
 
@@ -93,8 +78,16 @@ void WaylandDisplay::Connect() {
     Begin();
 }
 
+// Much may happen in the socket's directory without the socket, and that is no reason to wait longer when it comes.
+void WaylandDisplay::TryAgain() {
+    if (access(SocketPath().c_str(), F_OK) != 0) {
+        retrySeconds_ = kFirstRetrySeconds;
+    }
+    Connect();
+}
+
 void WaylandDisplay::WaitForCompositor() {
-    compositorWatch_ = std::make_unique<SocketWatch>(context_, SocketPath(), retrySeconds_, [this] { Connect(); });
+    compositorWatch_ = std::make_unique<SocketWatch>(context_, SocketPath(), retrySeconds_, [this] { TryAgain(); });
     retrySeconds_ = std::min(2 * retrySeconds_, kLastRetrySeconds);
 }
 

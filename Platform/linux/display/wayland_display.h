@@ -56,6 +56,7 @@ private:
     void Lose(const char* why);
     void Close();
     void WaitForCompositor();
+    void TryAgain();
     bool Read();
     void Process();
     void Deliver(uint32_t object, uint16_t opcode, WaylandArguments& arguments);

@@ -1,6 +1,7 @@
 #include "display/x11_display.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -180,9 +181,18 @@ void X11Display::OnAttempt(xcb_connection_t* connection) {
     handlers_.onUp();
 }
 
+// Much may happen in the socket's directory without the socket, and that is no reason to wait longer when it comes.
+void X11Display::TryAgain() {
+    const std::string path = SocketPath(Variable("DISPLAY"));
+    if (!path.empty() && access(path.c_str(), F_OK) != 0) {
+        retrySeconds_ = kFirstRetrySeconds;
+    }
+    Connect();
+}
+
 void X11Display::WaitForServer() {
     serverWatch_ =
-        std::make_unique<SocketWatch>(context_, SocketPath(Variable("DISPLAY")), retrySeconds_, [this] { Connect(); });
+        std::make_unique<SocketWatch>(context_, SocketPath(Variable("DISPLAY")), retrySeconds_, [this] { TryAgain(); });
     retrySeconds_ = std::min(2 * retrySeconds_, kLastRetrySeconds);
 }
 

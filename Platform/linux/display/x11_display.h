@@ -64,6 +64,7 @@ private:
     void Lose();
     void Close();
     void WaitForServer();
+    void TryAgain();
     bool AnswerOne();
     void Process();
 
