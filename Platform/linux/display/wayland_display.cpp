@@ -2,6 +2,7 @@
 
 #include <glib-unix.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include <cstring>
 #include <utility>
 
-#include "display/local_socket.h"
 #include "platform/dlog.h"
 
 namespace {
@@ -39,6 +39,21 @@ std::string SocketPath() {
     return name[0] == '/' ? name : Variable("XDG_RUNTIME_DIR") + "/" + name;
 }
 
+int ConnectTo(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        return -1;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (connection >= 0 && connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        close(connection);
+        return -1;
+    }
+    return connection;
+}
+
 }  // namespace
 
 WaylandDisplay::WaylandDisplay(GMainContext* context, const char* purpose, Handlers handlers)
@@ -60,7 +75,7 @@ void WaylandDisplay::Start() {
 }
 
 bool WaylandDisplay::Open() {
-    socket_ = ConnectToSession(SocketPath());
+    socket_ = ConnectTo(SocketPath());
     return socket_ >= 0;
 }
 
