@@ -209,6 +209,15 @@ TEST_F(SemaphoreDeadline, SplitsLongTimesIntoSecondsAndTheRest) {
     EXPECT_EQ(DeadlineOf(0xFFFFFFFEUL, 100, 0), std::make_pair(100L + 4294967L, 294000000L));
 }
 
+TEST_F(SemaphoreDeadline, GoesOnAfterTheYear2038) {
+    constexpr time_t kLastOf32Bits = 2147483647;
+    semaphore.Create(0);
+    faults.SetClock(kLastOf32Bits, 999999);
+    faults.AnswerTimedWaits({ETIMEDOUT});
+    EXPECT_FALSE(semaphore.Try(1));
+    EXPECT_EQ(Faults::Deadlines().back().tv_sec, kLastOf32Bits + 1);
+}
+
 TEST_F(SemaphoreDeadline, StartsOverAfterAWakeUpWithoutAUnit) {
     semaphore.Create(0);
     faults.SetClock(100, 0, 400000);
