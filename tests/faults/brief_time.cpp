@@ -27,6 +27,7 @@ struct State {
     std::vector<Sleeper*> sleepers;
     int restless = 0;  // threads that the clock has woken and that sleep no more
     int moves = 0;
+    std::atomic<bool> isHeld{false};  // while the test does something, however long that takes
     pthread_cond_t settled = PTHREAD_COND_INITIALIZER;
     BriefTime::InPause inPause;
     std::optional<pthread_t> pauser;
@@ -90,7 +91,7 @@ int SleepLocked(State& state, pthread_cond_t* condition, pthread_mutex_t* mutex,
         const int moves = state.moves;
         const timespec patience = RealTimeAfter(kIdle);
         result = pthread_cond_timedwait(condition, mutex, &patience);
-        if (result == ETIMEDOUT && moves == state.moves) {
+        if (result == ETIMEDOUT && moves == state.moves && !state.isHeld) {
             JumpLocked(state);
         }
     }
@@ -133,7 +134,10 @@ void BriefTime::Pause(Microseconds time) {
     const FaultPlan::Outside outside;
     State& state = TheState();
     if (IsPauser(state)) {
-        MoveAndSettle(state, state.inPause());
+        state.isHeld = true;
+        const auto pause = state.inPause();
+        state.isHeld = false;
+        MoveAndSettle(state, pause);
         return;
     }
     const Lock lock;
