@@ -250,7 +250,8 @@ namespace fuzz {
 X11Server::X11Server(Input& input) {
     gState = new State{&input, eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
     gState->screen.root = input.Take<std::uint32_t>();
-    gState->screens = input.Byte() % 8 == 7 ? 0 : input.Byte() % 3 + 1;
+    const std::uint8_t screens = input.Byte();
+    gState->screens = screens % 8 == 7 ? 0 : screens % 3 + 1;
     gState->extension.present = input.Byte();
     gState->extension.first_event = input.Byte();
 }
