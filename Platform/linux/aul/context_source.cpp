@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "events/events_thread.h"
+
 namespace aul {
 
 struct ContextSource::Work {
@@ -37,14 +39,14 @@ void ContextSource::Stop() {
 }
 
 gboolean ContextSource::OnReadable(gint /*fd*/, GIOCondition /*condition*/, gpointer work) {
-    static_cast<Work*>(work)->run();
+    DoWork(static_cast<Work*>(work)->run);
     return G_SOURCE_CONTINUE;
 }
 
 gboolean ContextSource::OnTime(gpointer work) {
     auto& self = *static_cast<Work*>(work);
     self.owner->Stop();
-    self.run();
+    DoWork(self.run);
     return G_SOURCE_REMOVE;
 }
 

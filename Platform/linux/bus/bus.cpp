@@ -8,6 +8,8 @@
 #include <cstring>
 #include <utility>
 
+#include "events/events_thread.h"
+
 namespace {
 
 constexpr uint64_t kReplyTimeoutUs = 5000000;
@@ -194,7 +196,7 @@ gboolean Bus::Check(GSource* source) {
 }
 
 gboolean Bus::Dispatch(GSource* source, GSourceFunc /*callback*/, gpointer /*data*/) {
-    reinterpret_cast<BusSource*>(source)->bus->Process();
+    DoWork([source] { reinterpret_cast<BusSource*>(source)->bus->Process(); });
     return G_SOURCE_CONTINUE;
 }
 
@@ -262,7 +264,7 @@ int Bus::OnOwnerChanged(sd_bus_message* message, void* name, sd_bus_error* /*err
     const char* before = nullptr;
     const char* now = nullptr;
     if (sd_bus_message_read(message, "sss", &changed, &before, &now) >= 0) {
-        SetOwner(*static_cast<Name*>(name), now);
+        DoWork([name, now] { SetOwner(*static_cast<Name*>(name), now); });
     }
     return 0;
 }
@@ -270,7 +272,7 @@ int Bus::OnOwnerChanged(sd_bus_message* message, void* name, sd_bus_error* /*err
 int Bus::OnOwnerReply(sd_bus_message* message, void* name, sd_bus_error* /*error*/) {
     const char* owner = nullptr;
     if (sd_bus_message_is_method_error(message, nullptr) == 0 && sd_bus_message_read(message, "s", &owner) >= 0) {
-        SetOwner(*static_cast<Name*>(name), owner);
+        DoWork([name, owner] { SetOwner(*static_cast<Name*>(name), owner); });
     }
     return 0;
 }
@@ -320,7 +322,7 @@ int Bus::OnSignal(sd_bus_message* message, void* subscription, sd_bus_error* /*e
     const auto& self = *static_cast<Subscription*>(subscription);
     const char* sender = sd_bus_message_get_sender(message);
     if (sender != nullptr && self.bus->OwnerOf(self.signal.name) == sender) {
-        self.onSignal(message);
+        DoWork([&] { self.onSignal(message); });
     }
     return 0;
 }
@@ -363,14 +365,14 @@ int Bus::OnReply(sd_bus_message* message, void* call, sd_bus_error* /*error*/) {
     auto& pending = *static_cast<PendingCall*>(call);
     const ReplyFunction onReply = std::move(pending.onReply);
     pending.onReply = nullptr;
-    onReply(sd_bus_message_is_method_error(message, nullptr) != 0 ? nullptr : message);
+    DoWork([&] { onReply(sd_bus_message_is_method_error(message, nullptr) != 0 ? nullptr : message); });
     return 0;
 }
 
 void Bus::DeletePendingCall(void* call) {
     const std::unique_ptr<PendingCall> pending(static_cast<PendingCall*>(call));
     if (pending->onReply) {
-        pending->onReply(nullptr);
+        DoWork([&] { pending->onReply(nullptr); });
     }
 }
 

@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include "events/events_thread.h"
+
 namespace {
 
 constexpr uint32_t kComings = IN_CREATE | IN_ATTRIB | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF;
@@ -56,12 +58,12 @@ bool SocketWatch::WatchNearestDirectory(std::string path) {
 }
 
 gboolean SocketWatch::OnEvent(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
-    static_cast<SocketWatch*>(self)->Tell();
+    DoWork([self] { static_cast<SocketWatch*>(self)->Tell(); });
     return G_SOURCE_REMOVE;
 }
 
 gboolean SocketWatch::OnTime(gpointer self) {
-    static_cast<SocketWatch*>(self)->Tell();
+    DoWork([self] { static_cast<SocketWatch*>(self)->Tell(); });
     return G_SOURCE_REMOVE;
 }
 

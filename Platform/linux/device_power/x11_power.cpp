@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "events/events_thread.h"
+
 namespace {
 
 constexpr unsigned kSecondsBetweenQuestions = 2;
@@ -58,7 +60,7 @@ void X11Power::StopTimer() {
 }
 
 gboolean X11Power::OnTime(gpointer self) {
-    static_cast<X11Power*>(self)->Ask();
+    DoWork([self] { static_cast<X11Power*>(self)->Ask(); });
     return G_SOURCE_CONTINUE;
 }
 

@@ -1,13 +1,24 @@
 #include "events/events_thread.h"
 
+#include <platform/dlog.h>
 #include <pthread.h>
 #include <signal.h>
 
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
 #include <thread>
 #include <utility>
+
+// Work that finds no memory is given up where it is.
+void DoWork(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const std::exception& problem) {
+        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "events: %s; notices may be missing", problem.what());
+    }
+}
 
 namespace platform_events {
 
@@ -56,7 +67,7 @@ private:
             work = std::move(works_.front());
             works_.pop_front();
         }
-        work();
+        DoWork(work);
     }
 
     static gboolean Prepare(GSource* source, gint* timeout) {
@@ -183,14 +194,14 @@ bool EventsThread::Run(const std::function<void()>& work) const {
         return false;
     }
     if (g_main_context_is_owner(context_) != 0) {
-        work();
+        DoWork(work);
         return true;
     }
     std::mutex lock;
     std::condition_variable isDone;
     bool done = false;
     Post([&] {
-        work();
+        DoWork(work);
         const std::lock_guard<std::mutex> guard(lock);
         done = true;
         isDone.notify_one();

@@ -9,11 +9,16 @@ namespace platform_events {
 class WorkQueue;
 }
 
+/// Runs the work; what it throws is logged, and the thread goes on. For what C libraries call on the thread: nothing
+/// may be thrown through them.
+void DoWork(const std::function<void()>& work);
+
 /// A share in the thread "platform-events", on which all notices of buses, displays and the kernel are handled: it runs
 /// from the first share to the last.
 ///
 /// Threads  any. All signals are blocked on the thread itself.
 /// Errors   a process that may not have another thread has no notices: Works() is false and nothing is ever run.
+///          Work that throws is logged and counts as done.
 class EventsThread {
 public:
     EventsThread();

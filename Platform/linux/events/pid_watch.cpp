@@ -8,6 +8,7 @@
 #include <cstring>
 #include <utility>
 
+#include "events/events_thread.h"
 #include "platform/dlog.h"
 
 namespace {
@@ -45,12 +46,12 @@ PidWatch::~PidWatch() {
 }
 
 gboolean PidWatch::OnReadable(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
-    static_cast<PidWatch*>(self)->End();
+    DoWork([self] { static_cast<PidWatch*>(self)->End(); });
     return G_SOURCE_REMOVE;
 }
 
 gboolean PidWatch::OnGone(gpointer self) {
-    static_cast<PidWatch*>(self)->End();
+    DoWork([self] { static_cast<PidWatch*>(self)->End(); });
     return G_SOURCE_REMOVE;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "events/events_thread.h"
 #include "screensaver/bus_saver.h"
 #include "screensaver/x11_saver.h"
 
@@ -79,6 +80,6 @@ void Screensavers::StopTimer() {
 }
 
 gboolean Screensavers::OnTime(gpointer self) {
-    static_cast<Screensavers*>(self)->observer_.onUnused();
+    DoWork([self] { static_cast<Screensavers*>(self)->observer_.onUnused(); });
     return G_SOURCE_REMOVE;
 }

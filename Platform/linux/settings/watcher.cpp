@@ -1,6 +1,7 @@
 #include "settings/watcher.h"
 
 #include <glib-unix.h>
+#include <platform/dlog.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <exception>
 
 namespace {
 
@@ -219,7 +221,12 @@ Watcher::Calls Watcher::CollectLocked() {
 }
 
 gboolean Watcher::OnReadable(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
-    static_cast<Watcher*>(self)->Deliver();
+    // Nothing may be thrown through GLib.
+    try {
+        static_cast<Watcher*>(self)->Deliver();
+    } catch (const std::exception& problem) {
+        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "settings: %s; a change may not be told", problem.what());
+    }
     return G_SOURCE_CONTINUE;
 }
 

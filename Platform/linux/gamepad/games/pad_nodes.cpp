@@ -1,6 +1,9 @@
 #include "gamepad/games/pad_nodes.h"
 
+#include <dirent.h>
+
 #include <filesystem>
+#include <memory>
 
 namespace games {
 namespace {
@@ -19,12 +22,17 @@ bool IsInputDevice(const std::string& name) {
     return StartsWith(name, kStart) && name.size() > kStart.size();
 }
 
-/// The names in the folder that start so.
-std::vector<std::string> NamesIn(const fs::path& folder, const std::string& start) {
+struct CloseFolder {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+/// The names in the folder that start so; none in one that is not there. The library's own iterator ends the process
+/// when it finds no memory for a name.
+std::vector<std::string> NamesIn(const fs::path& path, const std::string& start) {
     std::vector<std::string> names;
-    std::error_code error;
-    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
+    const std::unique_ptr<DIR, CloseFolder> folder(opendir(path.c_str()));
+    while (const dirent* entry = folder != nullptr ? readdir(folder.get()) : nullptr) {
+        const std::string name = entry->d_name;
         if (StartsWith(name, start)) {
             names.push_back(name);
         }

@@ -11,6 +11,7 @@
 #include <set>
 #include <utility>
 
+#include "events/events_thread.h"
 #include "platform/dlog.h"
 
 namespace games {
@@ -115,7 +116,7 @@ gboolean ReaderWatch::OnNotice(gint fd, GIOCondition /*condition*/, gpointer sel
     std::array<char, 4096> notices;
     while (read(fd, notices.data(), notices.size()) > 0) {
     }
-    static_cast<ReaderWatch*>(self)->LookSoon();
+    DoWork([self] { static_cast<ReaderWatch*>(self)->LookSoon(); });
     return G_SOURCE_CONTINUE;
 }
 

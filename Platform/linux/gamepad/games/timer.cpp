@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "events/events_thread.h"
+
 namespace games {
 namespace {
 
@@ -27,8 +29,10 @@ Timer::~Timer() {
 
 gboolean Timer::Dispatch(GSource* source, GSourceFunc /*callback*/, gpointer self) {
     g_source_set_ready_time(source, -1);
-    const std::function<void()> on_time = static_cast<Timer*>(self)->on_time_;  // which may destroy the timer
-    on_time();
+    DoWork([self] {
+        const std::function<void()> on_time = static_cast<Timer*>(self)->on_time_;  // which may destroy the timer
+        on_time();
+    });
     return G_SOURCE_CONTINUE;
 }
 
