@@ -30,7 +30,7 @@ protected:
 
     /// Starts the service and waits until it serves its pads; `user` as in ServiceOptions.
     void Start();
-    ServiceOptions Options() const;
+    virtual ServiceOptions Options() const;
     /// Stops the service, reading what its keyboard still delivers.
     void Stop();
 

@@ -38,7 +38,7 @@ std::vector<std::string> Instrumentation() {
 }
 
 // Between fork and exec, hence nothing that allocates or locks.
-[[noreturn]] void BecomeService(const char* program, char* const* environment, int output, uid_t user) {
+[[noreturn]] void BecomeService(char* const* command, char* const* environment, int output, uid_t user) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     sigset_t none;
     sigemptyset(&none);
@@ -48,9 +48,17 @@ std::vector<std::string> Instrumentation() {
     if (user != 0 && (setgid(user) != 0 || setuid(user) != 0)) {
         _exit(126);
     }
-    char* const arguments[] = {const_cast<char*>(program), nullptr};
-    execve(program, arguments, environment);
+    execve(command[0], command, environment);
     _exit(127);
+}
+
+// As execve wants them; they point into `texts`.
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    std::transform(texts.begin(), texts.end(), std::back_inserter(pointers),
+                   [](std::string& text) { return text.data(); });
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 int StatusOf(int waited) {
@@ -71,17 +79,16 @@ bool Holds(unsigned long long set, int signal) {
 Service::Service(const ServiceOptions& options) {
     std::vector<std::string> settings = Instrumentation();
     settings.insert(settings.end(), options.environment.begin(), options.environment.end());
-    std::vector<char*> environment;
-    std::transform(settings.begin(), settings.end(), std::back_inserter(environment),
-                   [](std::string& setting) { return setting.data(); });
-    environment.push_back(nullptr);
+    std::vector<std::string> words = options.command.empty() ? std::vector<std::string>{Program()} : options.command;
+    const std::vector<char*> environment = Pointers(settings);
+    const std::vector<char*> command = Pointers(words);
     int output[2];
     if (pipe2(output, O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
     pid_ = fork();
     if (pid_ == 0) {
-        BecomeService(Program(), environment.data(), output[1], options.user);
+        BecomeService(command.data(), environment.data(), output[1], options.user);
     }
     close(output[1]);
     reader_ = std::thread(&Service::ReadOutput, this, output[0]);
@@ -121,9 +128,9 @@ size_t Service::Now() {
     return lines_.size();
 }
 
-bool Service::Prints(const std::string& text, size_t from, milliseconds patience) {
+std::optional<size_t> Service::Find(const std::string& text, size_t from, milliseconds patience) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, patience, [&] {
+    const bool found = changed_.wait_for(lock, patience, [&] {
         for (; from < lines_.size(); ++from) {
             if (lines_[from].find(text) != std::string::npos) {
                 return true;
@@ -131,6 +138,7 @@ bool Service::Prints(const std::string& text, size_t from, milliseconds patience
         }
         return false;
     });
+    return found ? std::optional(from) : std::nullopt;
 }
 
 size_t Service::Count(const std::string& text) {

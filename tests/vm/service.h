@@ -16,7 +16,8 @@
 /// only what instrumented builds are told in it.
 struct ServiceOptions {
     std::vector<std::string> environment;
-    uid_t user = 0;  ///< whose rights it has; 0 leaves those of the test
+    uid_t user = 0;                    ///< whose rights it has; 0 leaves those of the test
+    std::vector<std::string> command;  ///< another program's path and its arguments; empty: the service itself
 };
 
 /// The program as a process of its own, its output collected line by line.
@@ -40,8 +41,11 @@ public:
 
     /// A place in the output: what comes from now on.
     size_t Now();
-    /// Waits for a line at or after `from` that holds `text`.
-    bool Prints(const std::string& text, size_t from = 0, milliseconds patience = kPatience);
+    /// Waits for a line at or after `from` that holds `text`; its place, or nothing when none comes.
+    std::optional<size_t> Find(const std::string& text, size_t from = 0, milliseconds patience = kPatience);
+    bool Prints(const std::string& text, size_t from = 0, milliseconds patience = kPatience) {
+        return Find(text, from, patience).has_value();
+    }
     /// Lines so far that hold `text`.
     size_t Count(const std::string& text);
     /// The first line at or after `from` that holds `text`; empty when there is none.
