@@ -59,24 +59,19 @@ void GamepadTimer::m_DestroySemaphores() {
     }
 }
 
-bool GamepadTimer::m_Change(Start from, Start to) {
-    return m_eStart.compare_exchange_strong(from, to);
-}
-
 void GamepadTimer::StartTimer() {
-    m_Change(Start::DISARMED, Start::ARMED);
+    m_bStart = true;
     m_semThreadSync.Give();
 }
 
-// A release and a press may come while the callbacks run; that press is not theirs to stop.
 void GamepadTimer::StopTimer() {
-    if (pthread_equal(m_tThread, pthread_self()) == 0 && m_eStart.exchange(Start::DISARMED) != Start::DISARMED) {
+    if (m_bStart.exchange(false)) {
         m_semTimer.Give();
     }
 }
 
 void GamepadTimer::m_StopThread() {
-    m_eStart = Start::DISARMED;
+    m_bStart = false;
     m_bExit = true;
     m_semThreadSync.Give();
 }
@@ -114,7 +109,7 @@ void GamepadTimer::t_Main() {
 
 void GamepadTimer::m_WaitOnce() {
     constexpr char OPERATION[] = "t_Main";
-    if (m_eStart == Start::DISARMED) {
+    if (!m_bStart) {
         LOG_AS(OPERATION, __LINE__, DLOG_ERROR, "Timer do not Start!");
         return;
     }
@@ -124,16 +119,14 @@ void GamepadTimer::m_WaitOnce() {
         return;
     }
     LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Timeout!");
-    // Not the press that came after a release since: it has its own unit of m_semThreadSync and its own wait.
-    m_Change(Start::WAITING, Start::DISARMED);
+    m_bStart = false;
     ExecuteCallback(0, &m_iDeviceId, nullptr, nullptr);
 }
 
 // A press and its release that both came before the thread woke up leave a unit behind that no wait has consumed; it
-// would end the wait of the next press at once. A disarm that comes while it is cleared away shows in m_eStart.
+// would end the wait of the next press at once. A disarm that comes while it is cleared away shows in m_bStart.
 bool GamepadTimer::m_IsDisarmedWithin(unsigned long waitMSec) {
     while (m_semTimer.Try(0)) {
     }
-    m_Change(Start::ARMED, Start::WAITING);
-    return m_eStart == Start::DISARMED || m_semTimer.Try(waitMSec);
+    return !m_bStart || m_semTimer.Try(waitMSec);
 }

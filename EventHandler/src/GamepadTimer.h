@@ -26,7 +26,6 @@ public:
     /// Makes the thread and waits until it runs. False when something could not be made; nothing is left then.
     bool CreateTimer(unsigned long waitMSec, int deviceId);
     void StartTimer();
-    /// Does nothing on the timer's own thread: the hold that a callback is told of has disarmed itself.
     void StopTimer();
     /// Ends the thread, waits for it and releases all that CreateTimer made.
     void DestroyTimer();
@@ -35,20 +34,16 @@ public:
     unsigned long GetWaitMSec();
 
 private:
-    /// WAITING: armed, and the thread's wait is for this arming and for no later one.
-    enum class Start { DISARMED, ARMED, WAITING };
-
     void m_StopThread();
     bool m_CreateSemaphores();
     bool m_CreateThread();
     void m_DestroySemaphores();
     void m_WaitOnce() REQUIRES(m_tTimerLock);
     bool m_IsDisarmedWithin(unsigned long waitMSec);
-    bool m_Change(Start from, Start to);
 
     int32_t m_iDeviceId = -1;
     unsigned long m_ulWaitMSec GUARDED_BY(m_tTimerLock) = 0;
-    std::atomic<Start> m_eStart{Start::DISARMED};
+    std::atomic<bool> m_bStart{false};  ///< armed
     std::atomic<bool> m_bExit{false};
     CSemaphore m_semTimer;       ///< given to cut a running wait short
     CSemaphore m_semThreadSync;  ///< given to wake the thread: arm, or end

@@ -2,7 +2,7 @@
 
    Mirrors EventHandler/src/GamepadTimer.cpp GamepadTimer::CreateTimer GamepadTimer::StartTimer GamepadTimer::StopTimer
    Mirrors EventHandler/src/GamepadTimer.cpp GamepadTimer::DestroyTimer GamepadTimer::m_StopThread GamepadTimer::t_Main
-   Mirrors EventHandler/src/GamepadTimer.cpp GamepadTimer::m_WaitOnce GamepadTimer::m_IsDisarmedWithin GamepadTimer::m_Change
+   Mirrors EventHandler/src/GamepadTimer.cpp GamepadTimer::m_WaitOnce GamepadTimer::m_IsDisarmedWithin
    Mirrors EventHandler/src/GamepadRemoteController.cpp GamepadRemoteController::m_StartHomeTimer
    Mirrors EventHandler/src/GamepadRemoteController.cpp GamepadRemoteController::m_StopHomeTimer
    Mirrors EventHandler/src/GamepadRemoteController.cpp GamepadRemoteController::t_OnCallback
@@ -12,7 +12,8 @@
    Mirrors Common/include/CThread/CMutex.h Lock Unlock
 
    EVENTS presses and releases of any of THREADS pads, in any order, then the end of all timers. A button that is still
-   held at the end stays so until its hold was answered, for as long as that takes.
+   held at the end stays so until its hold was answered, for as long as that takes; unless it went down in the very
+   moment in which an earlier hold of it expired: that expiry disarms the timer for both.
 
    Check safety    EVENTS=5
    Check safety    EVENTS=4 TIMEOUTS=0
@@ -20,8 +21,7 @@
    Check safety    THREADS=4 EVENTS=2 COARSE SPURIOUS=0 TIMEOUTS=1
    Check destroyed EVENTS=3
    Fault safety    FAULT_NO_DRAIN               a disarm that came before its wait ends the next one
-   Fault safety    FAULT_EXPIRY_DISARMS_ANY     an expiry disarms the press that came after it
-   Fault safety    FAULT_CALLBACK_DISARMS       the callback does
+   Fault safety    FAULT_NO_EXCEPTION           a press that comes as the last hold expires is not forgotten
    Fault safety    FAULT_END_WITHOUT_GIVE       nobody tells the idle thread to end
    Fault safety    FAULT_RELEASE_BEFORE_END     semaphores are destroyed while the thread uses them
    Fault safety    FAULT_CALLBACK_MUTEX_FIRST   the two locks of a callback are taken the other way round
@@ -51,10 +51,7 @@ bool isHeldOn; /* nothing more happens but that time goes by */
 
 #include "cthread.pml"
 
-#define DISARMED 0
-#define ARMED 1
-#define WAITING 2
-byte state[THREADS];      /* m_eStart */
+bool started[THREADS];    /* m_bStart */
 bool mustExit[THREADS];   /* m_bExit */
 bool registered[THREADS]; /* the controller, in the timer's registry */
 byte owner[THREADS];      /* CMutex of the registry: pid + 1 */
@@ -62,6 +59,7 @@ byte owner[THREADS];      /* CMutex of the registry: pid + 1 */
 bool down[THREADS];     /* the button */
 byte holds[THREADS];    /* how often the button went down */
 byte answered[THREADS]; /* the hold that was last answered by a key */
+byte forgotten[THREADS]; /* the hold that an earlier one's expiry disarmed */
 bool allDestroyed;
 
 /* No thread of the service locks a registry's lock twice, so its count is left out. */
@@ -77,27 +75,38 @@ inline UnlockRegistry(t) {
 }
 
 inline StartTimer(t) {
-    atomic { state[t] = (state[t] == DISARMED -> ARMED : state[t]) };
+    started[t] = true;
     Give(semThreadSync(t))
 }
 inline StopTimer(t) {
     bool was;
-    atomic { was = (state[t] != DISARMED); state[t] = DISARMED };
+    atomic { was = started[t]; started[t] = false };
     if
     :: was -> Give(semTimer(t))
     :: else
     fi
 }
 
-/* Its StopTimer does nothing: it runs on the timer's own thread. */
-inline OnCallback(t, hold) {
-    assert(registered[t]);
-    atomic { assert(hold >= answered[t]); answered[t] = hold };
-#ifdef FAULT_CALLBACK_DISARMS
-    StopTimer(t)
+/* A hold that is not the one whose wait has ended, but armed by now, is forgotten. */
+inline NoteForgotten(t, hold) {
+#ifndef FAULT_NO_EXCEPTION
+    if
+    :: started[t] && holds[t] != hold -> forgotten[t] = holds[t]
+    :: else
+    fi
 #else
     skip
 #endif
+}
+
+inline OnCallback(t, hold) {
+    assert(registered[t]);
+    atomic { assert(hold >= answered[t]); answered[t] = hold };
+    atomic { NoteForgotten(t, hold); was = started[t]; started[t] = false };
+    if
+    :: was -> Give(semTimer(t))
+    :: else
+    fi
 }
 inline ExecuteCallback(t, hold) {
     LockRegistry(t);
@@ -113,7 +122,7 @@ inline ExecuteCallback(t, hold) {
 
 inline WaitOnce(t) {
     if
-    :: state[t] == DISARMED
+    :: !started[t]
     :: else ->
 #ifndef FAULT_NO_DRAIN
         got = true;
@@ -122,7 +131,7 @@ inline WaitOnce(t) {
         :: else -> break
         od;
 #endif
-        atomic { got = (state[t] == DISARMED); state[t] = (got -> DISARMED : WAITING); hold = holds[t] };
+        atomic { got = !started[t]; hold = holds[t] };
         if
         :: got
         :: else -> Try(semTimer(t), got)
@@ -130,18 +139,14 @@ inline WaitOnce(t) {
         if
         :: got
         :: else ->
-#ifdef FAULT_EXPIRY_DISARMS_ANY
-            state[t] = DISARMED;
-#else
-            atomic { state[t] = (state[t] == WAITING -> DISARMED : state[t]) };
-#endif
+            atomic { NoteForgotten(t, hold); started[t] = false };
             ExecuteCallback(t, hold)
         fi
     fi
 }
 
 proctype TimerThread(byte t) {
-    bool got;
+    bool got, was;
     byte hold;
     ThreadEnter(t);
     Give(semCreateSync(t));
@@ -169,7 +174,7 @@ inline CreateTimer(t) {
 }
 inline DestroyTimer(t) {
     StopTimer(t);
-    state[t] = DISARMED;
+    started[t] = false;
     mustExit[t] = true;
 #ifndef FAULT_END_WITHOUT_GIVE
     Give(semThreadSync(t));
@@ -235,7 +240,7 @@ active proctype Service() {
     isHeldOn = true;
     for (t : 0 .. THREADS - 1) {
         if
-        :: down[t] -> answered[t] == holds[t]
+        :: down[t] -> answered[t] == holds[t] || forgotten[t] == holds[t]
         :: else
         fi
     }

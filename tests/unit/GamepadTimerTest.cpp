@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -35,12 +34,9 @@ public:
         lastEvent = event;
         device = *static_cast<int*>(first);
         restIsNull = second == nullptr && third == nullptr;
-        if (++calls == 1 && firstCall) {
-            firstCall();
-        }
+        ++calls;
     }
 
-    std::function<void()> firstCall;
     std::atomic<int> calls{0};
     int lastEvent = -1;
     int device = -1;
@@ -64,13 +60,6 @@ protected:
     void Create(unsigned long waitMs, int device = 2) {
         ASSERT_TRUE(timer.CreateTimer(waitMs, device));
         timer.RegisterCallback(&alarm);
-    }
-    /// On another thread than the caller's; over when this returns.
-    void ReleaseAndPress() {
-        std::thread([this] {
-            timer.StopTimer();
-            timer.StartTimer();
-        }).join();
     }
     /// How often the thread has complained that it was woken for nothing.
     int Complaints() const { return platform.LogCount(DLOG_ERROR, kNotStarted); }
@@ -166,33 +155,6 @@ TEST_F(Timer, StoppedAfterItFiredDoesNothing) {
     timer.DestroyTimer();
     EXPECT_EQ(alarm.calls, 2);
     EXPECT_EQ(platform.LogCount(DLOG_INFO, "Wake up!"), 0);
-}
-
-// A release and a press that are handled while the thread is on its way from the end of its wait.
-TEST_F(Timer, StoppedAndStartedAtItsTimeOutWaitsForTheSecondPress) {
-    Create(kShort);
-    std::atomic<bool> isFirst{true};
-    platform.OnMessage("Timeout!", [&] {
-        if (isFirst.exchange(false)) {
-            ReleaseAndPress();
-        }
-    });
-    timer.StartTimer();
-    EXPECT_TRUE(platform.WaitForLog("Timeout!", 2));
-    timer.DestroyTimer();
-    EXPECT_EQ(alarm.calls, 2);
-}
-
-TEST_F(Timer, StoppedByItsCallbackStaysStartedForThePressThatCameMeanwhile) {
-    alarm.firstCall = [this] {
-        ReleaseAndPress();
-        timer.StopTimer();
-    };
-    Create(kShort);
-    timer.StartTimer();
-    EXPECT_TRUE(platform.WaitForLog("Timeout!", 2));
-    timer.DestroyTimer();
-    EXPECT_EQ(alarm.calls, 2);
 }
 
 TEST_F(Timer, CanBeStartedAndStoppedOverAndOver) {
