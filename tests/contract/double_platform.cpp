@@ -24,6 +24,7 @@ struct PlatformUnderTest::Surroundings {
         platform.SetStoreAnswer(Unknown());
     }
     FakePlatform platform;
+    int lastGame = 1000;
 };
 
 PlatformUnderTest::PlatformUnderTest() : surroundings_(std::make_unique<Surroundings>()) {}
@@ -41,4 +42,18 @@ void PlatformUnderTest::PressAndRelease() {
 }
 void PlatformUnderTest::Install(const std::string& title) {
     surroundings_->platform.SetStoreAnswer(title, StoreAnswer{});
+}
+void PlatformUnderTest::StartSession() {}
+void PlatformUnderTest::OpenGame() {
+    const int pid = ++surroundings_->lastGame;
+    surroundings_->platform.SetGameApps(std::to_string(pid));
+    surroundings_->platform.SendGameAppNotice(GAMEAPP_OPENED, pid);
+    surroundings_->platform.SendAppStatus(pid, 5);
+}
+void PlatformUnderTest::EnterStandby() {
+    surroundings_->platform.SetPowerState(2);
+    surroundings_->platform.SendStandby();
+}
+void PlatformUnderTest::ShowScreensaver() {
+    surroundings_->platform.SetBool("memory/window_system/screensaver_on_off", true);
 }

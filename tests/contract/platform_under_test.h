@@ -26,6 +26,14 @@ public:
     /// The store knows an application of this title from now on.
     void Install(const std::string& title);
 
+    /// There is a session from now on, in which the following happen, once somebody is told of them.
+    void StartSession();
+    /// One more game, which gets the focus.
+    void OpenGame();
+    /// Also from standby.
+    void EnterStandby();
+    void ShowScreensaver();
+
 private:
     struct Surroundings;
     std::unique_ptr<Surroundings> surroundings_;
