@@ -27,7 +27,7 @@ void FollowFocus(fuzz::Input& input, const fuzz::X11Server& server) {
         fuzz::Require(!window || window->pid >= 0, "nobody or a process has the focus");
     };
     const auto kind = input.Flag() ? aul::X11Focus::Kind::kAlone : aul::X11Focus::Kind::kInsideWayland;
-    const aul::X11Focus focus(g_main_context_default(), "elsewhere:0", kind, onFocus);
+    const aul::X11Focus focus(g_main_context_default(), kind, onFocus);
     Play(input, server, [] {});
 }
 

@@ -130,6 +130,7 @@ int PollForReply(xcb_connection_t*, unsigned, void** reply, xcb_generic_error_t*
     *error = kind == 3 ? static_cast<xcb_generic_error_t*>(std::calloc(1, sizeof(xcb_generic_error_t))) : nullptr;
     return kind < 6 && !(gState->input->IsEmpty() && *reply == nullptr && *error == nullptr) ? 1 : 0;
 }
+void DiscardReply(xcb_connection_t*, unsigned) {}
 xcb_void_cookie_t ForceSaver(xcb_connection_t*, std::uint8_t) {
     return Next<xcb_void_cookie_t>();
 }
@@ -176,8 +177,8 @@ const std::map<std::string, void*>& Symbols() {
         {"xcb_get_property_value_length", Symbol(PropertyLength, xcb_get_property_value_length)},
         {"xcb_flush", Symbol(Flush, xcb_flush)},
         {"xcb_poll_for_event", Symbol(NextEvent, xcb_poll_for_event)},
-        {"xcb_poll_for_queued_event", Symbol(NextEvent, xcb_poll_for_queued_event)},
         {"xcb_poll_for_reply", Symbol(PollForReply, xcb_poll_for_reply)},
+        {"xcb_discard_reply", Symbol(DiscardReply, xcb_discard_reply)},
         {"xcb_force_screen_saver", Symbol(ForceSaver, xcb_force_screen_saver)},
         {"xcb_screensaver_query_info", Symbol(QueryInfo, xcb_screensaver_query_info)},
         {"xcb_screensaver_select_input", Symbol(SelectInput, xcb_screensaver_select_input)},

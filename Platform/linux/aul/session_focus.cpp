@@ -49,7 +49,7 @@ void SessionFocus::OnSway(const std::optional<FocusedWindow>& window) {
 void SessionFocus::UseDisplay() {
     if (!display_.empty()) {
         const auto kind = Variable("WAYLAND_DISPLAY").empty() ? X11Focus::Kind::kAlone : X11Focus::Kind::kInsideWayland;
-        x11_ = std::make_unique<X11Focus>(context_, display_, kind, onFocus_);
+        x11_ = std::make_unique<X11Focus>(context_, kind, onFocus_);
     }
 }
 

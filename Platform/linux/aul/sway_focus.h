@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <string>
 
-#include "aul/comeback.h"
-#include "aul/context_source.h"
 #include "aul/focus_source.h"
+#include "events/comeback.h"
+#include "events/context_source.h"
 
 namespace Json {
 class Value;

@@ -10,25 +10,25 @@
 #include <memory>
 #include <string>
 
-#include "bus/socket_watch.h"
-#include "events/presence.h"
+#include "bus/connection.h"
 
-/// A connection to a message bus that may be missing, come later, vanish and come back.
+/// A share in the process's connection to a message bus.
 ///
-/// What is watched and subscribed holds across connections. Signals are believed only from the connection that owns the
-/// name they are subscribed for. Nothing waits: replies come as callbacks, and no service is started by a call.
+/// What is watched and subscribed holds across connections, until the share ends. Signals are believed only from the
+/// connection that owns the name they are subscribed for. Nothing waits: replies come as callbacks, and no service is
+/// started by a call.
 ///
 /// Threads  made, used and destroyed on the thread of the context; all callbacks arrive there. A callback may call the
-///          bus, but not destroy it.
-/// Errors   one message when a bus is lost and one when it is back (Presence).
-class Bus {
+///          bus, and end other shares, but not its own.
+/// Errors   as those of BusConnection.
+class Bus : private BusConnection::User {
 public:
-    enum class Kind { kSession, kSystem };
+    using Kind = BusConnection::Kind;
     using OwnerFunction = std::function<void(bool isOwned)>;
     using SignalFunction = std::function<void(sd_bus_message* signal)>;
     /// Appends the arguments; negative errno values of sd-bus end the call.
     using FillFunction = std::function<int(sd_bus_message* call)>;
-    /// Null when there was no reply: an error, a lost bus, a time-out.
+    /// Null when there was no reply: an error, a lost bus, a time-out. Not called after the end of the share.
     using ReplyFunction = std::function<void(sd_bus_message* reply)>;
 
     struct Member {
@@ -61,45 +61,25 @@ private:
     struct Name;
     struct Subscription;
     struct PendingCall;
+    using PendingCalls = std::list<std::unique_ptr<PendingCall>>;
 
-    bool Open();
-    void Connect();
-    void ConnectIfThere();
-    void WaitForSocket();
-    void Disconnect();
-    void Lose(const char* why);
-    void Attach();
-    void PollFor(int events);
-    gint64 TimeLeft() const;
+    void OnConnected() override;
+    void OnLost() override;
     void Install(Name& name);
     void Install(Subscription& subscription);
     void AskOwner(Name& name);
     static void SetOwner(Name& name, const std::string& owner);
     sd_bus_message* NewCall(const Member& method, const FillFunction& fill);
-    void Process();
 
     static int OnOwnerChanged(sd_bus_message* message, void* name, sd_bus_error* error);
     static int OnOwnerReply(sd_bus_message* message, void* name, sd_bus_error* error);
     static int OnSignal(sd_bus_message* message, void* subscription, sd_bus_error* error);
     static int OnReply(sd_bus_message* message, void* call, sd_bus_error* error);
-    static void DeletePendingCall(void* call);
 
-    static gboolean Prepare(GSource* source, gint* timeout);
-    static gboolean Check(GSource* source);
-    static gboolean Dispatch(GSource* source, GSourceFunc callback, gpointer data);
-
-    GMainContext* context_;
-    Kind kind_;
-    Presence presence_;
-    sd_bus* bus_ = nullptr;
-    GSource* source_ = nullptr;
-    gpointer tag_ = nullptr;  ///< of the descriptor in the source
-    int polledFor_ = 0;
-    unsigned retrySeconds_;
-    bool isUp_ = false;
+    const std::shared_ptr<BusConnection> connection_;
     std::map<std::string, std::unique_ptr<Name>> names_;
     std::list<std::unique_ptr<Subscription>> subscriptions_;
-    std::unique_ptr<SocketWatch> socketWatch_;
+    PendingCalls calls_;
 };
 
 #endif

@@ -23,9 +23,7 @@ SleepNotice::SleepNotice(GMainContext* context, std::function<void(bool)> onSlee
     bus_.WatchName(kName, [this](bool isOwned) { OnOwner(isOwned); });
 }
 
-// The bus still answers open calls when it goes, after this.
 SleepNotice::~SleepNotice() {
-    isEnding_ = true;
     Allow();
 }
 
@@ -71,7 +69,7 @@ void SleepNotice::Delay() {
 
 void SleepNotice::OnInhibitor(sd_bus_message* reply) {
     int lent = -1;
-    if (isEnding_ || isAsleep_ || inhibitor_ >= 0) {
+    if (isAsleep_ || inhibitor_ >= 0) {
         return;
     }
     if (reply == nullptr || sd_bus_message_read(reply, "h", &lent) < 0) {

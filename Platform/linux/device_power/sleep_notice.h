@@ -28,7 +28,6 @@ private:
 
     const std::function<void(bool)> onSleep_;
     bool isAsleep_ = false;
-    bool isEnding_ = false;
     int inhibitor_ = -1;
     Bus bus_;
 };

@@ -2,23 +2,19 @@
 
 #include <utility>
 
-#include "events/events_thread.h"
-
 namespace {
 
-constexpr unsigned kSecondsBetweenQuestions = 2;
+constexpr unsigned kMsBetweenQuestions = 2000;
 
 }  // namespace
 
 X11Power::X11Power(GMainContext* context, std::function<void()> onChange)
     : context_(context),
       onChange_(std::move(onChange)),
-      display_(context, "standby", {[this] { OnUp(); }, [](const xcb_generic_event_t&) {}, [this] { OnDown(); }}) {
-    display_.Start();
-}
-
-X11Power::~X11Power() {
-    StopTimer();
+      display_(context, {[this] { OnUp(); }, [](const xcb_generic_event_t&) {}, [this] { OnDown(); }}) {
+    if (X11Display::IsOffered()) {
+        display_.Start();
+    }
 }
 
 void X11Power::OnUp() {
@@ -39,29 +35,16 @@ void X11Power::SetWanted(bool isWanted) {
 
 void X11Power::UpdateTimer() {
     const bool isNeeded = isWanted_ && hasLevels_;
-    if (isNeeded == (timer_ != nullptr)) {
-        return;
-    }
-    StopTimer();
-    if (isNeeded) {
-        timer_ = g_timeout_source_new_seconds(kSecondsBetweenQuestions);
-        g_source_set_callback(timer_, OnTime, this, nullptr);
-        g_source_attach(timer_, context_);
-        Ask();
+    if (!isNeeded) {
+        timer_.Stop();
+    } else if (!timer_.IsSet()) {
+        AskRepeatedly();
     }
 }
 
-void X11Power::StopTimer() {
-    if (timer_ != nullptr) {
-        g_source_destroy(timer_);
-        g_source_unref(timer_);
-        timer_ = nullptr;
-    }
-}
-
-gboolean X11Power::OnTime(gpointer self) {
-    DoWork([self] { static_cast<X11Power*>(self)->Ask(); });
-    return G_SOURCE_CONTINUE;
+void X11Power::AskRepeatedly() {
+    timer_.After(context_, kMsBetweenQuestions, [this] { AskRepeatedly(); });
+    Ask();
 }
 
 void X11Power::Ask() {

@@ -4,13 +4,13 @@
 
 #include "device_power/display_power.h"
 #include "display/x11_display.h"
+#include "events/context_source.h"
 
 /// The DPMS level of an X server. It tells of no change, so it is asked every two seconds, but only while that is
 /// wanted.
 class X11Power : public DisplayPower {
 public:
     X11Power(GMainContext* context, std::function<void()> onChange);
-    ~X11Power() override;
     bool IsOff() const override { return isOff_; }
     void SwitchOn() override;
     void SetWanted(bool isWanted);
@@ -19,16 +19,15 @@ private:
     void OnUp();
     void OnDown();
     void Ask();
+    void AskRepeatedly();
     void SetOff(bool isOff);
     void UpdateTimer();
-    void StopTimer();
-    static gboolean OnTime(gpointer self);
 
     GMainContext* const context_;
     const std::function<void()> onChange_;
     bool isWanted_ = false;
     bool hasLevels_ = false;  ///< the server can power displays down
     bool isOff_ = false;
-    GSource* timer_ = nullptr;
+    ContextSource timer_;  ///< set while it is asked
     X11Display display_;
 };

@@ -2,7 +2,6 @@
 
 #include <glib-unix.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,12 +10,11 @@
 #include <cstring>
 #include <utility>
 
+#include "display/local_socket.h"
 #include "platform/dlog.h"
 
 namespace {
 
-constexpr unsigned kFirstRetrySeconds = 1;
-constexpr unsigned kLastRetrySeconds = 64;
 constexpr size_t kHeader = 8;
 
 // Objects, requests and events of the protocol's core.
@@ -39,28 +37,15 @@ std::string SocketPath() {
     return name[0] == '/' ? name : Variable("XDG_RUNTIME_DIR") + "/" + name;
 }
 
-int ConnectTo(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        return -1;
-    }
-    std::memcpy(address.sun_path, path.c_str(), path.size());
-    const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (connection >= 0 && connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        close(connection);
-        return -1;
-    }
-    return connection;
-}
-
 }  // namespace
 
 WaylandDisplay::WaylandDisplay(GMainContext* context, const char* purpose, Handlers handlers)
-    : context_(context), purpose_(purpose), handlers_(std::move(handlers)), retrySeconds_(kFirstRetrySeconds) {}
+    : context_(context),
+      handlers_(std::move(handlers)),
+      purpose_(purpose),
+      comeback_(context, "Wayland compositor", [this] { Connect(); }) {}
 
 WaylandDisplay::~WaylandDisplay() {
-    compositorWatch_.reset();
     Close();
 }
 
@@ -74,36 +59,13 @@ void WaylandDisplay::Start() {
     }
 }
 
-bool WaylandDisplay::Open() {
-    socket_ = ConnectTo(SocketPath());
-    return socket_ >= 0;
-}
-
 void WaylandDisplay::Connect() {
-    compositorWatch_.reset();
-    if (!Open()) {
-        // Watched first and tried again then, so that a compositor that comes in between is not missed.
-        WaitForCompositor();
-        if (!Open()) {
-            Lose(std::strerror(errno));
-            return;
-        }
-        compositorWatch_.reset();
+    socket_ = ConnectToSession(SocketPath());
+    if (socket_ >= 0) {
+        Begin();
+    } else {
+        Lose(std::strerror(errno));
     }
-    Begin();
-}
-
-// Much may happen in the socket's directory without the socket, and that is no reason to wait longer when it comes.
-void WaylandDisplay::TryAgain() {
-    if (access(SocketPath().c_str(), F_OK) != 0) {
-        retrySeconds_ = kFirstRetrySeconds;
-    }
-    Connect();
-}
-
-void WaylandDisplay::WaitForCompositor() {
-    compositorWatch_ = std::make_unique<SocketWatch>(context_, SocketPath(), retrySeconds_, [this] { TryAgain(); });
-    retrySeconds_ = std::min(2 * retrySeconds_, kLastRetrySeconds);
 }
 
 void WaylandDisplay::Begin() {
@@ -121,8 +83,7 @@ void WaylandDisplay::Begin() {
 
 void WaylandDisplay::OnAllGlobalsTold() {
     isUp_ = true;
-    retrySeconds_ = kFirstRetrySeconds;
-    presence_.There();
+    comeback_.There();
     handlers_.onUp();
 }
 
@@ -144,17 +105,9 @@ void WaylandDisplay::Close() {
 void WaylandDisplay::Lose(const char* why) {
     const bool wasConnected = socket_ >= 0;
     Close();
-    if (isRefused_) {
-        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD",
-                     "%s: refused by the Wayland compositor (%s); it is not used any more", purpose_.c_str(), why);
-    } else {
-        presence_.Missing(why);
-    }
+    comeback_.Gone(SocketPath(), why);
     if (wasConnected) {
         handlers_.onDown();
-    }
-    if (compositorWatch_ == nullptr && !isRefused_) {
-        WaitForCompositor();
     }
 }
 
@@ -253,8 +206,10 @@ void WaylandDisplay::OnDisplayEvent(uint16_t opcode, WaylandArguments& arguments
     }
     arguments.Word();  // object
     arguments.Word();  // code
-    isRefused_ = true;
-    Lose(arguments.Text().c_str());
+    __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "%s: refused by the Wayland compositor (%s); it is not used any more",
+                 purpose_.c_str(), arguments.Text().c_str());
+    Close();
+    handlers_.onDown();
 }
 
 void WaylandDisplay::OnRegistryEvent(uint16_t opcode, WaylandArguments& arguments) {

@@ -8,9 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "bus/socket_watch.h"
 #include "display/wayland_message.h"
-#include "events/presence.h"
+#include "events/comeback.h"
 
 /// The Wayland compositor of $WAYLAND_DISPLAY, which may be missing, come later, vanish and come back. The protocol is
 /// spoken directly: what is needed of it is a few small requests, and nothing here may wait for a reply.
@@ -51,12 +50,9 @@ public:
 
 private:
     void Connect();
-    bool Open();
     void Begin();
     void Lose(const char* why);
     void Close();
-    void WaitForCompositor();
-    void TryAgain();
     bool Read();
     void Process();
     void Deliver(uint32_t object, uint16_t opcode, WaylandArguments& arguments);
@@ -67,17 +63,14 @@ private:
     static gboolean OnReadable(gint fd, GIOCondition condition, gpointer self);
 
     GMainContext* const context_;
-    const std::string purpose_;
     const Handlers handlers_;
+    const std::string purpose_;
     int socket_ = -1;
     GSource* source_ = nullptr;
     bool isUp_ = false;
-    bool isRefused_ = false;
     bool isBroken_ = false;  ///< a request could not be sent: found out at the next turn of the loop
-    Presence presence_{"Wayland compositor"};
-    unsigned retrySeconds_;
     uint32_t lastObject_ = 0;
     std::map<uint32_t, EventFunction> objects_;
     std::string received_;
-    std::unique_ptr<SocketWatch> compositorWatch_;
+    Comeback comeback_;
 };

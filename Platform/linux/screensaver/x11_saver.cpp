@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr char kPurpose[] = "screensaver";
-constexpr char kStatusName[] = "_SCREENSAVER_STATUS";
 constexpr int kNumberBits = 32;
 constexpr int kEventTypes = 0x7f;  // without the mark of an event that another client has sent
 
@@ -43,15 +41,16 @@ pid_t Spawn(const char* const* arguments) {
 X11Saver::X11Saver(GMainContext* context, Observer observer)
     : context_(context),
       observer_(std::move(observer)),
-      display_(
-          context, kPurpose,
-          {[this] { OnUp(); }, [this](const xcb_generic_event_t& event) { OnEvent(event); }, [this] { OnDown(); }}) {
-    display_.Start();
+      display_(context, {[this] { OnUp(); }, [this](const xcb_generic_event_t& event) { OnEvent(event); },
+                         [this] { OnDown(); }}) {
+    if (X11Display::IsOffered()) {
+        display_.Start();
+    }
 }
 
 void X11Saver::OnUp() {
     ListenToServer();
-    ListenToProgram();
+    ReadProgramState();
     observer_.onChange();
     observer_.onFound(*this);
 }
@@ -69,9 +68,9 @@ void X11Saver::ListenToServer() {
     if (extension == nullptr) {
         return;
     }
-    xcb.xcb_screensaver_select_input(display_.Connection(), display_.Root(),
+    xcb.xcb_screensaver_select_input(display_.Connection(), display_.Server().Root(),
                                      XCB_SCREENSAVER_EVENT_NOTIFY_MASK | XCB_SCREENSAVER_EVENT_CYCLE_MASK);
-    const auto cookie = xcb.xcb_screensaver_query_info(display_.Connection(), display_.Root());
+    const auto cookie = xcb.xcb_screensaver_query_info(display_.Connection(), display_.Server().Root());
     display_.Await(cookie.sequence, [this](const void* reply) {
         if (reply != nullptr) {
             SetServerState(static_cast<const xcb_screensaver_query_info_reply_t*>(reply)->state);
@@ -79,24 +78,12 @@ void X11Saver::ListenToServer() {
     });
 }
 
-void X11Saver::ListenToProgram() {
-    const Xcb& xcb = display_.Functions();
-    const uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
-    xcb.xcb_change_window_attributes(display_.Connection(), display_.Root(), XCB_CW_EVENT_MASK, &events);
-    const auto cookie = xcb.xcb_intern_atom(display_.Connection(), 0, sizeof kStatusName - 1, kStatusName);
-    display_.Await(cookie.sequence, [this](const void* reply) {
-        if (reply != nullptr) {
-            statusAtom_ = static_cast<const xcb_intern_atom_reply_t*>(reply)->atom;
-            ReadProgramState();
-        }
-    });
-}
-
 // Three numbers, of which the first is 0 while nothing is blanked. What a reply says of its value's length need not be
 // true: it is as long as the reply itself.
 void X11Saver::ReadProgramState() {
-    const auto cookie = display_.Functions().xcb_get_property(display_.Connection(), 0, display_.Root(), statusAtom_,
-                                                              XCB_ATOM_INTEGER, 0, 3);
+    const auto cookie =
+        display_.Functions().xcb_get_property(display_.Connection(), 0, display_.Server().Root(),
+                                              display_.Server().ScreensaverStatus(), XCB_ATOM_INTEGER, 0, 3);
     display_.Await(cookie.sequence, [this](const void* reply) {
         const auto* property = static_cast<const xcb_get_property_reply_t*>(reply);
         uint32_t state = 0;
@@ -117,8 +104,8 @@ void X11Saver::OnEvent(const xcb_generic_event_t& event) {
     const int type = event.response_type & kEventTypes;
     if (type == noticeType_) {
         SetServerState(reinterpret_cast<const xcb_screensaver_notify_event_t&>(event).state);
-    } else if (type == XCB_PROPERTY_NOTIFY &&
-               reinterpret_cast<const xcb_property_notify_event_t&>(event).atom == statusAtom_) {
+    } else if (type == XCB_PROPERTY_NOTIFY && reinterpret_cast<const xcb_property_notify_event_t&>(event).atom ==
+                                                  display_.Server().ScreensaverStatus()) {
         ReadProgramState();
     }
 }
@@ -137,8 +124,8 @@ void X11Saver::EndProgramsSaver() {
     static constexpr const char* kCommand[] = {"xscreensaver-command", "-deactivate", nullptr};
     const pid_t pid = Spawn(kCommand);
     if (pid < 0) {
-        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "%s: xscreensaver-command cannot be run; xscreensaver stays on",
-                     kPurpose);
+        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD",
+                     "screensaver: xscreensaver-command cannot be run; xscreensaver stays on");
         return;
     }
     command_ = std::make_unique<PidWatch>(context_, pid, [this, pid] {

@@ -19,7 +19,6 @@ private:
     void OnEvent(const xcb_generic_event_t& event);
     void OnDown();
     void ListenToServer();
-    void ListenToProgram();
     void ReadProgramState();
     void SetServerState(int state);
     void EndProgramsSaver();
@@ -29,7 +28,6 @@ private:
     bool isServerBlanked_ = false;
     bool isProgramBlanked_ = false;
     int noticeType_ = -1;  ///< of the server's screensaver events; -1 without the extension
-    xcb_atom_t statusAtom_ = XCB_ATOM_NONE;
     std::unique_ptr<PidWatch> command_;
     X11Display display_;
 };

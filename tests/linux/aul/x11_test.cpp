@@ -169,7 +169,7 @@ TEST_F(OnAnXServer, ALostDisplayIsUsedAgainWithAMessageForEachChange) {
     const Window last;
     ASSERT_TRUE(heard_.WaitFor(last.Pid(), kFocus));
     const std::string log = testing::internal::GetCapturedStderr();
-    const std::string display = std::string("display ") + std::getenv("DISPLAY") + ": ";
+    const std::string display = std::string("X display ") + std::getenv("DISPLAY") + ": ";
     std::vector<std::string> lines;
     for (size_t at = log.find(display); at != std::string::npos; at = log.find(display, at + 1)) {
         lines.push_back(log.substr(at + display.size(), 3));

@@ -3,8 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -12,8 +16,10 @@
 #include <thread>
 #include <vector>
 
+#include "events/comeback.h"
 #include "events/events_thread.h"
 #include "private_bus.h"
+#include "program.h"
 
 namespace {
 
@@ -252,6 +258,65 @@ TEST_F(ABus, MayBeGivenUpWhileItIsMissing) {
     thread_.Run([this] { bus_.reset(); });
     daemon_.Start();
     EXPECT_EQ(owners_.All(), std::vector<std::string>{"free"});
+}
+
+TEST_F(ABus, IsConnectedToOnceByAllWhoUseIt) {
+    daemon_.Start();
+    Connect();
+    Peer peer;
+    peer.Own();
+    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+    thread_.Run([this] {
+        const Bus other(thread_.Context(), Bus::Kind::kSession);
+        EXPECT_EQ(other.UniqueName(), bus_->UniqueName());
+        EXPECT_NE(other.UniqueName(), "");
+    });
+}
+
+TEST_F(ABus, AnswersNobodyWhoEndedMeanwhile) {
+    daemon_.Start();
+    Connect();
+    Peer peer;
+    peer.Own();
+    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+    thread_.Run([this] {
+        Bus other(thread_.Context(), Bus::Kind::kSession);
+        EXPECT_TRUE(
+            other.Call({kName, kPath, kInterface, "Echo"}, {}, [this](sd_bus_message*) { replies_.Add("late"); }));
+    });
+    peer.AnswerOne(/*withError=*/false);
+    CallEcho("hello");
+    peer.AnswerOne(/*withError=*/false);
+    EXPECT_TRUE(replies_.WaitFor({"hello"}));
+}
+
+// What happens to other sockets in the directory says nothing of when this one will be listened on.
+TEST(AComeback, IsTriedSoonAgainHoweverMuchHappensAroundIt) {
+    const EventsThread thread;
+    char folder[] = "/tmp/quorvex-comeback-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string path = std::string(folder) + "/socket";
+    std::atomic<int> tries{0};
+    std::unique_ptr<Comeback> comeback;
+    thread.Run([&] {
+        comeback = std::make_unique<Comeback>(thread.Context(), "a server", [&] {
+            comeback->Gone(path, "nobody listens");
+            ++tries;
+        });
+        comeback->Gone(path, "it is not there");
+    });
+    for (int i = 0; i < 12; ++i) {
+        std::ofstream(std::string(folder) + "/other" + std::to_string(i));
+        ASSERT_TRUE(WaitUntil([&] { return tries > i; }));
+    }
+    std::ofstream(path).close();
+    ASSERT_TRUE(WaitUntil([&] { return tries > 12; }));
+    const auto start = std::chrono::steady_clock::now();
+    const int before = tries;
+    ASSERT_TRUE(WaitUntil([&] { return tries > before; }));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+    thread.Run([&] { comeback.reset(); });
+    std::filesystem::remove_all(folder);
 }
 
 TEST(TheEventsThread, RunsWorkInOrderAndWaitsForItAtTheEnd) {

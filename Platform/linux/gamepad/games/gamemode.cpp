@@ -35,10 +35,6 @@ GameMode::GameMode(GMainContext* context, Callbacks callbacks)
     bus_.Subscribe(Member("GameUnregistered"), WithPid(callbacks_.on_unregistered));
 }
 
-GameMode::~GameMode() {
-    is_ending_ = true;  // calls that are under way are answered while the bus is destroyed
-}
-
 /// A daemon that goes takes its list with it without a word about the games.
 void GameMode::OwnerChanged(bool is_owned) {
     if (is_owned == is_there_) {
@@ -55,7 +51,7 @@ void GameMode::OwnerChanged(bool is_owned) {
 
 void GameMode::AskForList() {
     bus_.Call(Member("ListGames"), {}, [this](sd_bus_message* reply) {
-        if (!is_ending_ && is_there_) {
+        if (is_there_) {
             ReadList(reply);
         }
     });

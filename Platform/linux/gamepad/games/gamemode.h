@@ -22,7 +22,6 @@ public:
     };
 
     GameMode(GMainContext* context, Callbacks callbacks);
-    ~GameMode();
     GameMode(const GameMode&) = delete;
     GameMode& operator=(const GameMode&) = delete;
 
@@ -33,7 +32,6 @@ private:
 
     const Callbacks callbacks_;
     bool is_there_ = false;
-    bool is_ending_ = false;
     Bus bus_;
 };
 

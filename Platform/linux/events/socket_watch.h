@@ -1,10 +1,12 @@
-#ifndef PLATFORM_LINUX_BUS_SOCKET_WATCH_H
-#define PLATFORM_LINUX_BUS_SOCKET_WATCH_H
+#ifndef PLATFORM_LINUX_EVENTS_SOCKET_WATCH_H
+#define PLATFORM_LINUX_EVENTS_SOCKET_WATCH_H
 
 #include <glib.h>
 
 #include <functional>
 #include <string>
+
+#include "events/context_source.h"
 
 /// Tells once when it is worth connecting (again): when something happens in the socket's directory, also when that
 /// directory itself comes later; and after a delay where no directory can tell: the socket has no path, or is there
@@ -14,22 +16,19 @@
 class SocketWatch {
 public:
     /// `path` is empty for a socket that has none in the file system.
-    SocketWatch(GMainContext* context, const std::string& path, unsigned delaySeconds, std::function<void()> onChange);
+    SocketWatch(GMainContext* context, const std::string& path, unsigned delayMs, std::function<void()> onChange);
     ~SocketWatch();
     SocketWatch(const SocketWatch&) = delete;
     SocketWatch& operator=(const SocketWatch&) = delete;
 
 private:
-    bool WatchNearestDirectory(std::string path);
-    static void Drop(GSource*& source);
-    static gboolean OnEvent(gint fd, GIOCondition condition, gpointer self);
-    static gboolean OnTime(gpointer self);
+    bool WatchNearestDirectory(std::string path) const;
     void Tell();
 
     std::function<void()> onChange_;
-    int inotify_;
-    GSource* event_ = nullptr;
-    GSource* timer_ = nullptr;
+    const int inotify_;
+    ContextSource event_;
+    ContextSource timer_;
 };
 
 #endif

@@ -1,12 +1,10 @@
-#include "aul/context_source.h"
+#include "events/context_source.h"
 
 #include <glib-unix.h>
 
 #include <utility>
 
 #include "events/events_thread.h"
-
-namespace aul {
 
 struct ContextSource::Work {
     ContextSource* owner;
@@ -49,5 +47,3 @@ gboolean ContextSource::OnTime(gpointer work) {
     DoWork(self.run);
     return G_SOURCE_REMOVE;
 }
-
-}  // namespace aul

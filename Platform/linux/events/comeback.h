@@ -1,5 +1,5 @@
-#ifndef PLATFORM_LINUX_AUL_COMEBACK_H
-#define PLATFORM_LINUX_AUL_COMEBACK_H
+#ifndef PLATFORM_LINUX_EVENTS_COMEBACK_H
+#define PLATFORM_LINUX_EVENTS_COMEBACK_H
 
 #include <glib.h>
 
@@ -7,10 +7,8 @@
 #include <memory>
 #include <string>
 
-#include "bus/socket_watch.h"
 #include "events/presence.h"
-
-namespace aul {
+#include "events/socket_watch.h"
 
 /// The way back to a server that is not there: says when it is worth trying again, and tells its coming and going
 /// (Presence).
@@ -18,7 +16,7 @@ namespace aul {
 /// Threads  made, used and destroyed on the thread of the context, where tryAgain arrives.
 class Comeback {
 public:
-    Comeback(GMainContext* context, std::string what, std::function<void()> tryAgain);
+    Comeback(GMainContext* context, std::string server, std::function<void()> tryAgain);
     Comeback(const Comeback&) = delete;
     Comeback& operator=(const Comeback&) = delete;
 
@@ -33,10 +31,8 @@ private:
     GMainContext* context_;
     Presence presence_;
     const std::function<void()> tryAgain_;
-    unsigned delaySeconds_;
+    unsigned delayMs_;
     std::unique_ptr<SocketWatch> watch_;
 };
-
-}  // namespace aul
 
 #endif

@@ -1,11 +1,9 @@
-#ifndef PLATFORM_LINUX_AUL_CONTEXT_SOURCE_H
-#define PLATFORM_LINUX_AUL_CONTEXT_SOURCE_H
+#ifndef PLATFORM_LINUX_EVENTS_CONTEXT_SOURCE_H
+#define PLATFORM_LINUX_EVENTS_CONTEXT_SOURCE_H
 
 #include <glib.h>
 
 #include <functional>
-
-namespace aul {
 
 /// Work that a main context does when a descriptor is readable or a time has come, for as long as this object lives.
 ///
@@ -32,7 +30,5 @@ private:
 
     GSource* source_ = nullptr;
 };
-
-}  // namespace aul
 
 #endif
