@@ -107,6 +107,14 @@ protected:
         Expect("Enter[PowerOffCallback]");
         MockedLogind::AnnounceSleep(false);
         ASSERT_TRUE(WaitUntil([] { return MockedLogind::Inhibitors() == 1; }));
+        // GameMode itself finds a killed game some seconds later, and tells of it.
+        ASSERT_TRUE(WaitUntil(&WithEverythingConnected::HasNoGames));
+    }
+    static bool HasNoGames() {
+        return OutputOf(
+                   "gdbus call --session --dest com.feralinteractive.GameMode --object-path "
+                   "/com/feralinteractive/GameMode --method com.feralinteractive.GameMode.ListGames")
+                   .find("[]") != std::string::npos;
     }
     void Expect(const std::string& text) { ASSERT_TRUE(Running().Prints(text)) << text << '\n' << Running().Tail(); }
 
