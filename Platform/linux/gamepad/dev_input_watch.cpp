@@ -1,10 +1,12 @@
 #include "gamepad/dev_input_watch.h"
 
+#include <platform/dlog.h>
 #include <sys/inotify.h>
 
 #include <array>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
 
 namespace gamepad {
 namespace {
@@ -27,6 +29,10 @@ std::vector<std::string> EventNodes() {
         if (IsEventNode(entry->path().string())) {
             nodes.push_back(entry->path().string());
         }
+    }
+    if (error && error != std::errc::no_such_file_or_directory) {
+        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "%s: %s; pads that are connected now may not be found",
+                     kNodeFolder, error.message().c_str());
     }
     return nodes;
 }

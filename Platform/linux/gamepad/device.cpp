@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <utility>
+
+#include "platform/dlog.h"
 
 namespace gamepad {
 namespace {
@@ -60,8 +63,17 @@ bool Device::ReadOne(unsigned& flag) {
     }
     if (result != -EAGAIN && result != -EINTR) {
         pad_->gone = true;
+        TellLost(result);
     }
     return false;
+}
+
+/// One that is unplugged says so by ENODEV, which is no trouble.
+void Device::TellLost(int result) const {
+    if (result != -ENODEV) {
+        __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "pad \"%s\" is lost until it is plugged in again: %s",
+                     libevdev_get_name(evdev_.device.get()), std::strerror(-result));
+    }
 }
 
 void Device::Accept(const input_event& event) {

@@ -39,6 +39,7 @@ public:
 private:
     void Drain();
     bool ReadOne(unsigned& flag);
+    void TellLost(int result) const;
     void Accept(const input_event& event);
     void Deliver(const mapping::Output& output, std::uint64_t time);
     void DeliverPosition(const mapping::Output& output, _gamepad_event_s event);

@@ -238,6 +238,10 @@ UdevDevice HotPlug::DeviceOf(const std::string& node) const {
 std::string HotPlug::SyspathOf(const std::string& node) const {
     struct stat status {};
     if (stat(node.c_str(), &status) != 0) {
+        if (errno != ENOENT) {
+            __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "if a pad does not show up: %s: %s", node.c_str(),
+                         std::strerror(errno));
+        }
         return "";
     }
     const UdevDevice device = DeviceOf(node);
