@@ -197,16 +197,20 @@ bool EventsThread::Run(const std::function<void()>& work) const {
         DoWork(work);
         return true;
     }
-    std::mutex lock;
-    std::condition_variable isDone;
-    bool done = false;
-    Post([&] {
-        DoWork(work);
-        const std::lock_guard<std::mutex> guard(lock);
-        done = true;
-        isDone.notify_one();
+    // Destructors run work too, so what is posted is small enough to need no memory of its own.
+    struct {
+        const std::function<void()>& work;
+        std::mutex lock;
+        std::condition_variable isDone;
+        bool done = false;
+    } call{work, {}, {}};
+    Post([&call] {
+        DoWork(call.work);
+        const std::lock_guard<std::mutex> guard(call.lock);
+        call.done = true;
+        call.isDone.notify_one();
     });
-    std::unique_lock<std::mutex> guard(lock);
-    isDone.wait(guard, [&] { return done; });
+    std::unique_lock<std::mutex> guard(call.lock);
+    call.isDone.wait(guard, [&call] { return call.done; });
     return true;
 }

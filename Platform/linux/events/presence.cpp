@@ -6,9 +6,9 @@
 
 namespace {
 
-// How many parts miss a server. Never destroyed: the events thread may still run while the program ends.
+// How many parts on this events thread miss a server.
 int& Missed(const std::string& server) {
-    static std::map<std::string, int>& missed = *new std::map<std::string, int>;
+    thread_local std::map<std::string, int> missed;
     return missed[server];
 }
 

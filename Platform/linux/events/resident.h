@@ -27,9 +27,13 @@ public:
     Resident& operator=(const Resident&) = delete;
 
     bool Works() const { return thread_.Works(); }
-    /// Runs the work later, in the order of the calls; does not wait.
+    /// Runs the work later, in the order of the calls; does not wait. Without memory for the object it is not run.
     void Post(std::function<void(T&)> work) const {
-        thread_.Post([object = object_, work = std::move(work)] { work(**object); });
+        thread_.Post([object = object_, work = std::move(work)] {
+            if (*object != nullptr) {
+                work(**object);
+            }
+        });
     }
     /// Waits for what was posted before, unless it is called on the events thread.
     void Settle() const {

@@ -31,14 +31,21 @@ SocketWatch::~SocketWatch() {
 }
 
 // The path's parent, or the nearest of its ancestors that is there.
-bool SocketWatch::WatchNearestDirectory(std::string path) const {
-    for (size_t slash = path.rfind('/'); slash != std::string::npos; slash = path.rfind('/')) {
-        path.resize(slash);
-        if (inotify_add_watch(inotify_, path.empty() ? "/" : path.c_str(), kComings) >= 0) {
-            return true;
+bool SocketWatch::WatchNearestDirectory(const std::string& path) const {
+    std::string child = path;
+    for (size_t slash = child.rfind('/'); slash != std::string::npos; slash = child.rfind('/')) {
+        const std::string directory = child.substr(0, slash);
+        if (Watch(directory)) {
+            // The child may have been made before its parent was watched.
+            return child == path || !Watch(child) || WatchNearestDirectory(path);
         }
+        child = directory;
     }
     return false;
+}
+
+bool SocketWatch::Watch(const std::string& directory) const {
+    return inotify_add_watch(inotify_, directory.empty() ? "/" : directory.c_str(), kComings) >= 0;
 }
 
 void SocketWatch::Tell() {

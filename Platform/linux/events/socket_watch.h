@@ -22,7 +22,8 @@ public:
     SocketWatch& operator=(const SocketWatch&) = delete;
 
 private:
-    bool WatchNearestDirectory(std::string path) const;
+    bool WatchNearestDirectory(const std::string& path) const;
+    bool Watch(const std::string& directory) const;
     void Tell();
 
     std::function<void()> onChange_;
