@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "display/local_socket.h"
+#include "events/events_thread.h"
 #include "platform/dlog.h"
 
 namespace {
@@ -150,7 +151,7 @@ void WaylandDisplay::Send(WaylandRequest& request, int descriptor) {
 }
 
 gboolean WaylandDisplay::OnReadable(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
-    static_cast<WaylandDisplay*>(self)->Process();
+    DoWork([self] { static_cast<WaylandDisplay*>(self)->Process(); });
     return G_SOURCE_CONTINUE;
 }
 

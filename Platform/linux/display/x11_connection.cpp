@@ -1,5 +1,7 @@
 #include "display/x11_connection.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <utility>
 
@@ -30,7 +32,7 @@ struct X11Connection::Source {
 };
 
 std::shared_ptr<X11Connection> X11Connection::Shared(GMainContext* context) {
-    static auto& known = *new std::weak_ptr<X11Connection>;  // outlives every thread
+    thread_local std::weak_ptr<X11Connection> known;  // a later events thread must not find an earlier one's
     std::shared_ptr<X11Connection> connection = known.lock();
     if (connection == nullptr) {
         connection = std::make_shared<X11Connection>(context);
@@ -43,7 +45,7 @@ X11Connection::X11Connection(GMainContext* context)
     : context_(context),
       name_(DisplayName()),
       xcb_(LoadXcb()),
-      comeback_(context, "X display " + name_, [this] { Connect(); }) {
+      comeback_(context, "X display " + name_, [this] { ConnectIfThere(); }) {
     if (xcb_ != nullptr) {
         Connect();
     }
@@ -56,6 +58,16 @@ X11Connection::~X11Connection() {
 void X11Connection::Connect() {
     connector_ = std::make_unique<X11Connector>(
         context_, *xcb_, name_, [this](std::unique_ptr<X11Server> server) { Connected(std::move(server)); });
+}
+
+// Much may happen in the socket's directory without the socket, and connecting takes a thread.
+void X11Connection::ConnectIfThere() {
+    const std::string path = SocketPath(name_);
+    if (path.empty() || access(path.c_str(), F_OK) == 0) {
+        Connect();
+    } else {
+        Lose("no connection");
+    }
 }
 
 // Users need not be asked who wants to hear of the root window's properties: most do.
@@ -123,18 +135,25 @@ gboolean X11Connection::Dispatch(GSource* source, GSourceFunc /*callback*/, gpoi
     return G_SOURCE_CONTINUE;
 }
 
+// False when there was none.
+bool X11Connection::TakeReplies(const xcb_generic_event_t* event) {
+    bool isAny = false;
+    users_.ForEach([&](User& user) { isAny = user.TakeReply(server_->Connection(), event) || isAny; });
+    return isAny;
+}
+
+// The library keeps replies and events apart; a state that was asked for must not be taken for newer than the notice of
+// its change.
 bool X11Connection::TakeOne() {
     const std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(
         xcb_->xcb_poll_for_event(server_->Connection()), std::free);
-    bool isAny = event != nullptr;
-    users_.ForEach([&](User& user) {
-        if (event != nullptr) {
-            user.OnEvent(*event);
-        } else {
-            isAny = user.TakeReply(server_->Connection()) || isAny;
-        }
-    });
-    return isAny;
+    if (event == nullptr) {
+        return TakeReplies(nullptr);
+    }
+    while (TakeReplies(event.get())) {
+    }
+    users_.ForEach([&](User& user) { user.OnEvent(*event); });
+    return true;
 }
 
 void X11Connection::Process() {

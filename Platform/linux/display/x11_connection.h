@@ -23,8 +23,8 @@ public:
         virtual void OnConnected() = 0;
         /// Also events that others have asked for.
         virtual void OnEvent(const xcb_generic_event_t& event) = 0;
-        /// Takes one reply that has come; false when there is none.
-        virtual bool TakeReply(xcb_connection_t* connection) = 0;
+        /// Takes one reply that has come, and was sent before the event where there is one; false when there is none.
+        virtual bool TakeReply(xcb_connection_t* connection, const xcb_generic_event_t* event) = 0;
         virtual void OnLost() = 0;
 
     protected:
@@ -50,10 +50,12 @@ private:
     struct Source;
 
     void Connect();
+    void ConnectIfThere();
     void Connected(std::unique_ptr<X11Server> server);
     void Attach();
     void Close();
     void Lose(const char* why);
+    bool TakeReplies(const xcb_generic_event_t* event);
     bool TakeOne();
     void Process();
 

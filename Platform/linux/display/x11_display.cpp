@@ -47,10 +47,17 @@ void X11Display::Await(unsigned sequence, ReplyFunction onReply) {
     questions_.push_back({sequence, std::move(onReply)});
 }
 
-bool X11Display::TakeReply(xcb_connection_t* connection) {
+// Both count requests: an event tells which one was the last that the server had handled. The count starts anew some
+// day.
+bool X11Display::IsAskedBefore(const xcb_generic_event_t* event) const {
+    return !questions_.empty() &&
+           (event == nullptr || static_cast<int32_t>(event->full_sequence - questions_.front().sequence) >= 0);
+}
+
+bool X11Display::TakeReply(xcb_connection_t* connection, const xcb_generic_event_t* event) {
     void* data = nullptr;
     xcb_generic_error_t* problem = nullptr;
-    if (questions_.empty() ||
+    if (!IsAskedBefore(event) ||
         Functions().xcb_poll_for_reply(connection, questions_.front().sequence, &data, &problem) == 0) {
         return false;
     }

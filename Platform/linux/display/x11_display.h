@@ -53,7 +53,8 @@ private:
 
     void OnConnected() override { handlers_.onUp(); }
     void OnEvent(const xcb_generic_event_t& event) override { handlers_.onEvent(event); }
-    bool TakeReply(xcb_connection_t* connection) override;
+    bool TakeReply(xcb_connection_t* connection, const xcb_generic_event_t* event) override;
+    bool IsAskedBefore(const xcb_generic_event_t* event) const;
     void OnLost() override;
 
     GMainContext* const context_;

@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
 #include <xcb/screensaver.h>
 
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <mutex>
 
 #include "display/connect_lock.h"
+#include "display/x11_display.h"
+#include "events/events_thread.h"
 #include "platform/screensaver.h"
 #include "private_x_server.h"
 #include "saver_session.h"
@@ -46,6 +50,43 @@ TEST_F(AnXServer, HasASaverPublishedThatShowsAlready) {
     OutputOf("xset s activate");
     Watch();
     EXPECT_TRUE(BecomesOn());
+}
+
+// Another who uses the display holds the thread up after the state was asked for, until the answer and the notice of a
+// change have both come.
+TEST_F(AnXServer, IsBelievedItsLastWordWhenMuchComesAtOnce) {
+    constexpr int kFirstOfExtensions = 64;
+    constexpr std::chrono::seconds kSoon{20};
+    const EventsThread thread;
+    std::unique_ptr<X11Display> other;
+    std::promise<void> isAsked;
+    std::promise<void> mayGoOn;
+    std::promise<void> isNoticed;
+    const auto holdUp = [&] {
+        other->Functions().xcb_flush(other->Connection());
+        isAsked.set_value();
+        mayGoOn.get_future().wait();
+    };
+    const auto notice = [&](const xcb_generic_event_t& event) {
+        if ((event.response_type & 0x7f) >= kFirstOfExtensions) {
+            isNoticed.set_value();
+        }
+    };
+    server_.Kill();
+    Watch();
+    thread.Run([&] {
+        other = std::make_unique<X11Display>(thread.Context(), X11Display::Handlers{holdUp, notice, [] {}});
+        other->Start();
+    });
+    server_.Start();
+    EXPECT_EQ(isAsked.get_future().wait_for(kSoon), std::future_status::ready);
+    OutputOf("xset s activate");
+    mayGoOn.set_value();
+    EXPECT_EQ(isNoticed.get_future().wait_for(kSoon), std::future_status::ready);
+    thread.Run([&] { other.reset(); });
+    int isOn = 0;
+    EXPECT_EQ(vconf_get_bool(kStateKey, &isOn), 0);
+    EXPECT_EQ(isOn, 1);
 }
 
 TEST_F(AnXServer, StartsItsIdleTimeAnew) {

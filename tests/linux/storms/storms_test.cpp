@@ -111,7 +111,7 @@ protected:
         device_power_unsubscribe_standby_event(OnStandby);
         SaverSession::TearDown();
         game_.reset();
-        EXPECT_EQ(OpenDescriptors(), before_);
+        EXPECT_TRUE(WaitUntil([&] { return OpenDescriptors() == before_; })) << "a try to connect ends by itself";
     }
 
     TemporaryFolder folder_;
