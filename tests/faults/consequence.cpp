@@ -57,7 +57,7 @@ const std::vector<Rule>& Rules() {
         {"device_power_unsubscribe_standby_event", 0, {0, "", {"standby subscription"}, false}},
         {"tzplatform_getenv", 1, {0, "Default[/accessory/app_config.json] doesn't exist", {}, false}},
         {"access", 2, {0, "/accessory/app_config.json] doesn't exist", {}, false}},
-        {"stat64", 0, {0, "/accessory/app_config.json]err", {}, false}},
+        {"stat", 0, {0, "/accessory/app_config.json]err", {}, false}},
         {"was_request_appid_by_runtitle", 0, {0, "Call[was_request_appid_by_runtitle]ret[-1]", {}, false}},
         {"VirtualKey_Send_KeyCode", 0, {0, "", {}, true}},
         {"gettimeofday", 0, {0, "gettimeofday()", {}, false}},

@@ -77,6 +77,7 @@ int faulty_pthread_mutex_lock(pthread_mutex_t* mutex);
 int faulty_pthread_mutex_unlock(pthread_mutex_t* mutex);
 int faulty_sem_post(sem_t* semaphore);
 int faulty_sem_wait(sem_t* semaphore);
+int faulty_stat(const char* path, struct stat* status);
 int faulty_stat64(const char* path, struct stat64* status);
 int faulty_usleep(useconds_t time);
 GMainLoop* faulty_g_main_loop_new(GMainContext* context, gboolean running);
@@ -175,6 +176,10 @@ int faulty_sem_post(sem_t* semaphore) {
 
 int faulty_sem_wait(sem_t* semaphore) {
     return OrError(FaultPlan::kSemaphoreWait, EINTR, [&] { return sem_wait(semaphore); });
+}
+
+int faulty_stat(const char* path, struct stat* status) {
+    return OrError(FaultPlan::kStat, EACCES, [&] { return stat(path, status); });
 }
 
 int faulty_stat64(const char* path, struct stat64* status) {
