@@ -67,7 +67,7 @@ std::mutex listeningLock;
 std::unique_ptr<Listening> listening;
 
 // What is told by now is told to its end, unless this is called from there; nothing is told afterwards. What told it is
-// given back later, since it may be what calls.
+// given back before this returns, or later where it is what calls.
 void Stop() {
     std::unique_ptr<Listening> ended;
     {
@@ -80,6 +80,7 @@ void Stop() {
             signals.reset();
             FocusState::TheOne().Clear();
         });
+        ended->thread.Run([] {});
     }
 }
 

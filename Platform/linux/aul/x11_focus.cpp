@@ -115,7 +115,8 @@ void X11Focus::AskForWindow() {
     const X11Server& server = display_.Server();
     AskForProperty(server.Root(), server.ActiveWindow(), XCB_ATOM_WINDOW, 1, [this](const void* reply) {
         const xcb_window_t window = WordOfProperty(reply);
-        if (window != XCB_WINDOW_NONE) {
+        // Following the root window would mean to hear no longer of its properties.
+        if (window != XCB_WINDOW_NONE && window != display_.Server().Root()) {
             AskAbout(window);
         } else {
             Answered();

@@ -51,7 +51,8 @@ std::string SocketPath(BusConnection::Kind kind) {
 }  // namespace
 
 std::shared_ptr<BusConnection> BusConnection::Shared(GMainContext* context, Kind kind) {
-    static auto& all = *new std::array<std::weak_ptr<BusConnection>, 2>;  // outlives every thread
+    // A later events thread must not find an earlier one's.
+    thread_local std::array<std::weak_ptr<BusConnection>, 2> all;
     std::weak_ptr<BusConnection>& known = all[static_cast<size_t>(kind)];
     std::shared_ptr<BusConnection> connection = known.lock();
     if (connection == nullptr) {

@@ -24,6 +24,7 @@ void X11Power::OnUp() {
 
 void X11Power::OnDown() {
     hasLevels_ = false;
+    isAsking_ = false;
     UpdateTimer();
     SetOff(false);
 }
@@ -42,14 +43,19 @@ void X11Power::UpdateTimer() {
     }
 }
 
+// A server that hangs gets no further question: its socket would be full one day, and sending would wait.
 void X11Power::AskRepeatedly() {
     timer_.After(context_, kMsBetweenQuestions, [this] { AskRepeatedly(); });
-    Ask();
+    if (!isAsking_) {
+        Ask();
+    }
 }
 
 void X11Power::Ask() {
+    isAsking_ = true;
     const auto cookie = display_.Functions().xcb_dpms_info(display_.Connection());
     display_.Await(cookie.sequence, [this](const void* reply) {
+        isAsking_ = false;
         const auto* info = static_cast<const xcb_dpms_info_reply_t*>(reply);
         SetOff(info != nullptr && info->state != 0 && info->power_level != XCB_DPMS_DPMS_MODE_ON);
     });

@@ -28,6 +28,7 @@ private:
     bool isWanted_ = false;
     bool hasLevels_ = false;  ///< the server can power displays down
     bool isOff_ = false;
-    ContextSource timer_;  ///< set while it is asked
+    bool isAsking_ = false;  ///< a question has not been answered yet
+    ContextSource timer_;    ///< set while it is asked
     X11Display display_;
 };

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <utility>
 
+#include "events/events_thread.h"
 #include "platform/dlog.h"
 
 namespace games {
@@ -86,11 +87,12 @@ bool FileWatch::ReadEvents() {
 }
 
 gboolean FileWatch::OnEvent(gint /*fd*/, GIOCondition /*condition*/, gpointer self) {
-    auto& watch = *static_cast<FileWatch*>(self);
-    if (watch.ReadEvents()) {
-        watch.Attach();
-        watch.on_change_();
-    }
+    DoWork([&watch = *static_cast<FileWatch*>(self)] {
+        if (watch.ReadEvents()) {
+            watch.Attach();
+            watch.on_change_();
+        }
+    });
     return G_SOURCE_CONTINUE;
 }
 
