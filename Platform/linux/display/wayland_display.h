@@ -16,7 +16,8 @@
 ///
 /// Threads  made, used and destroyed on the thread of the context; all functions given to it are called there. They may
 ///          not destroy it.
-/// Errors   one message for all connections when the compositor is lost and one when it is back. A protocol error is one
+/// Errors   one message for all connections when the compositor is lost and one when it is back. A protocol error is
+/// one
 ///          message that begins with the purpose; the compositor is not connected to again then.
 class WaylandDisplay {
 public:
