@@ -50,6 +50,20 @@ TEST_F(OnAnXServer, EachChangeOfTheFocusIsToldOnce) {
               (std::vector<Signal>{{first.Pid(), kFocus}, {second.Pid(), kFocus}, {first.Pid(), kFocus}}));
 }
 
+// Any client may write what only the window manager should.
+TEST_F(OnAnXServer, TheRootWindowIsNoWindowWithTheFocus) {
+    Start();
+    heard_.Listen();
+    const Window first;
+    ASSERT_TRUE(heard_.WaitFor(first.Pid(), kFocus));
+    OutputOf(ToolPath() + " --pretend 0");
+    ASSERT_TRUE(heard_.WaitFor(0, kFocus));
+    const Window second;
+    EXPECT_TRUE(heard_.WaitFor(second.Pid(), kFocus));
+    first.Activate();
+    EXPECT_TRUE(heard_.WaitForAll({{first.Pid(), kFocus}, {0, kFocus}, {second.Pid(), kFocus}, {first.Pid(), kFocus}}));
+}
+
 TEST_F(OnAnXServer, TheWindowThatHasTheFocusAlreadyIsTold) {
     Start();
     const Window window;

@@ -1,6 +1,7 @@
 // A plain X client with one window, for tests of the focus:
 //   x11_window [--class CLASS] [--pid NUMBER]   shows a window; prints its id and its process as the machine numbers it
 //   x11_window --activate ID                    asks the window manager to give that window the focus
+//   x11_window --pretend ID                     says that this window, or with 0 the root window, has the focus
 // It says of itself what it believes its process to be, or NUMBER; 0: nothing. SIGUSR1 closes the window, not the
 // program.
 #include <poll.h>
@@ -29,6 +30,11 @@ xcb_window_t Root(xcb_connection_t* connection) {
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
 }
 
+// An answer means that the server has everything that was sent before.
+void WaitForServer(xcb_connection_t* connection) {
+    std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+}
+
 xcb_window_t Show(xcb_connection_t* connection, const std::string& name, uint32_t pid) {
     const xcb_window_t window = xcb_generate_id(connection);
     xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, Root(connection), 10, 10, 100, 100, 0,
@@ -55,8 +61,14 @@ void Activate(xcb_connection_t* connection, xcb_window_t window) {
     xcb_send_event(connection, 0, Root(connection),
                    XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char*>(&message));
-    // An answer means that the server has everything that was sent before.
-    std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    WaitForServer(connection);
+}
+
+void Pretend(xcb_connection_t* connection, xcb_window_t window) {
+    const xcb_window_t active = window != 0 ? window : Root(connection);
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, Root(connection), Atom(connection, "_NET_ACTIVE_WINDOW"),
+                        XCB_ATOM_WINDOW, 32, 1, &active);
+    WaitForServer(connection);
 }
 
 // The directory of processes is that of the whole machine, also in a process namespace.
@@ -91,8 +103,9 @@ int main(int argc, char** argv) {
     }
     for (int i = 1; i + 1 < argc; i += 2) {
         const std::string option = argv[i];
-        if (option == "--activate") {
-            Activate(connection, static_cast<xcb_window_t>(std::strtoul(argv[i + 1], nullptr, 10)));
+        if (option == "--activate" || option == "--pretend") {
+            const auto act = option == "--activate" ? Activate : Pretend;
+            act(connection, static_cast<xcb_window_t>(std::strtoul(argv[i + 1], nullptr, 10)));
             xcb_disconnect(connection);
             return 0;
         }
