@@ -1,12 +1,14 @@
 #include "aul/application_id.h"
 
 #include <fcntl.h>
+#include <glib.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <climits>
 #include <cstdlib>
+#include <filesystem>
 #include <sstream>
 #include <vector>
 
@@ -136,6 +138,45 @@ bool HasEntry(const std::string& id) {
     });
 }
 
+// Nothing but a small regular file is opened, which never waits.
+std::string WindowClassOf(const std::filesystem::directory_entry& entry) {
+    std::error_code problem;
+    if (!entry.is_regular_file(problem) || entry.file_size(problem) > kLongestFile || problem) {
+        return {};
+    }
+    g_autoptr(GKeyFile) file = g_key_file_new();
+    g_autofree char* name = nullptr;
+    if (g_key_file_load_from_file(file, entry.path().c_str(), G_KEY_FILE_NONE, nullptr) != 0) {
+        name = g_key_file_get_string(file, "Desktop Entry", "StartupWMClass", nullptr);
+    }
+    return name != nullptr ? name : "";
+}
+
+// The first by name, as directories have no order.
+std::string EntryOfClass(const std::string& directory, const std::string& windowClass) {
+    constexpr auto options = std::filesystem::directory_options::skip_permission_denied;
+    std::string first;
+    std::error_code problem;
+    for (std::filesystem::recursive_directory_iterator at(directory, options, problem), end; !problem && at != end;
+         at.increment(problem)) {
+        const std::string id = IdOfEntry(at->path());
+        if (!id.empty() && (first.empty() || id < first) && WindowClassOf(*at) == windowClass) {
+            first = id;
+        }
+    }
+    return first;
+}
+
+std::string EntryOfClass(const std::string& windowClass) {
+    for (const std::string& directory : DataDirectories()) {
+        std::string id = EntryOfClass(directory + "/applications", windowClass);
+        if (!id.empty()) {
+            return id;
+        }
+    }
+    return {};
+}
+
 std::string Executable(pid_t pid) {
     char target[PATH_MAX];
     const ssize_t size = readlink(ProcPath(pid, "exe").c_str(), target, sizeof target);
@@ -190,7 +231,7 @@ std::string IdFromWindow(const std::string& windowApp) {
             return name + kSuffix;
         }
     }
-    return {};
+    return EntryOfClass(windowApp);
 }
 
 std::string ApplicationId(pid_t pid, const std::string& windowApp) {

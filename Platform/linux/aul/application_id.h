@@ -11,9 +11,11 @@ namespace aul {
 /// executable where no desktop entry is known. Found by the first of these that tells:
 ///   - the entry that it was started from (GIO_LAUNCHED_DESKTOP_FILE), unless that was inherited from another process;
 ///   - its systemd unit, as session managers name those of applications ("app-gnome-org.example.Game-4711.scope");
-///   - what its window calls the application, when there is a desktop entry of that name;
+///   - what its window calls the application, when there is a desktop entry of that name or, failing that, one that
+///     names it as its StartupWMClass;
 ///   - the file that it runs.
-/// Empty: there is no such process, or it is not for this user to know. Any thread; reads a few small files.
+/// Empty: there is no such process, or it is not for this user to know. Any thread; reads a few small files, for a
+/// window that no entry is named after all desktop entries.
 std::string ApplicationId(pid_t pid, const std::string& windowApp);
 
 /// The parts that need no process, for themselves. All are empty when there is no id in what is given.

@@ -1,6 +1,7 @@
 #include "aul/application_id.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -104,6 +105,29 @@ TEST_F(AWindowsName, IsAnIdWhenThereIsADesktopEntryOfThatName) {
     EXPECT_EQ(aul::IdFromWindow("org.example.Game"), "org.example.Game.desktop");
     EXPECT_EQ(aul::IdFromWindow("Small"), "small.desktop");
     EXPECT_EQ(aul::IdFromWindow("org.example.Other"), "");
+}
+
+TEST_F(AWindowsName, MayBeTheClassThatADesktopEntryNames) {
+    data_.Write("applications/b.desktop", "[Desktop Entry]\nStartupWMClass=other-class\n");
+    data_.Write("applications/vendor/game.desktop", "[Desktop Entry]\nName=Game\nStartupWMClass=game-main\n");
+    data_.Write("applications/zzz.desktop", "[Desktop Entry]\nStartupWMClass=game-main\n");
+    data_.Write("applications/action.desktop", "[Desktop Action x]\nStartupWMClass=game-main\n");
+    data_.Write("applications/not-an-entry", "[Desktop Entry]\nStartupWMClass=game-main\n");
+    data_.Write("applications/broken.desktop", "StartupWMClass=game-main\n[Desktop");
+    EXPECT_EQ(aul::IdFromWindow("game-main"), "vendor-game.desktop");
+    EXPECT_EQ(aul::IdFromWindow("other-class"), "b.desktop");
+    EXPECT_EQ(aul::IdFromWindow("Game-Main"), "");
+}
+
+TEST_F(AWindowsName, IsThatOfAnEntryBeforeItIsAClass) {
+    data_.Write("applications/a.desktop", "[Desktop Entry]\nStartupWMClass=Small\n");
+    EXPECT_EQ(aul::IdFromWindow("Small"), "small.desktop");
+}
+
+TEST_F(AWindowsName, IsNotLookedForInWhatMayMakeItWait) {
+    ASSERT_EQ(mkfifo(data_.Path("applications/fifo.desktop").c_str(), 0600), 0);
+    data_.Write("applications/long.desktop", "[Desktop Entry]\nStartupWMClass=game-main\n" + std::string(100000, '#'));
+    EXPECT_EQ(aul::IdFromWindow("game-main"), "");
 }
 
 TEST_F(AWindowsName, DoesNotChooseADirectory) {
