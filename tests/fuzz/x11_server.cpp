@@ -125,7 +125,7 @@ xcb_generic_event_t* NextEvent(xcb_connection_t*) {
     return isThere ? static_cast<xcb_generic_event_t*>(Bytes(kEvent)) : nullptr;
 }
 int PollForReply(xcb_connection_t*, unsigned, void** reply, xcb_generic_error_t** error) {
-    const std::uint8_t kind = gState->isGone ? 3 : gState->input->Byte() % 8;
+    const int kind = gState->isGone ? 3 : gState->input->Byte() % 8;
     *reply = kind < 6 && kind != 3 ? NewReply() : nullptr;
     *error = kind == 3 ? static_cast<xcb_generic_error_t*>(std::calloc(1, sizeof(xcb_generic_error_t))) : nullptr;
     return kind < 6 && !(gState->input->IsEmpty() && *reply == nullptr && *error == nullptr) ? 1 : 0;

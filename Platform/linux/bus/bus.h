@@ -21,7 +21,7 @@
 /// Threads  made, used and destroyed on the thread of the context; all callbacks arrive there. A callback may call the
 ///          bus, and end other shares, but not its own.
 /// Errors   as those of BusConnection.
-class Bus : private BusConnection::User {
+class Bus final : private BusConnection::User {
 public:
     using Kind = BusConnection::Kind;
     using OwnerFunction = std::function<void(bool isOwned)>;

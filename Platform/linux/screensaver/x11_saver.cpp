@@ -28,6 +28,7 @@ pid_t Spawn(const char* const* arguments) {
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
     pid_t pid = -1;
     const int result =
         posix_spawnp(&pid, arguments[0], &files, &attributes, const_cast<char* const*>(arguments), environ);
@@ -57,6 +58,7 @@ void X11Saver::OnUp() {
 
 void X11Saver::OnDown() {
     isServerBlanked_ = false;
+    isProgramThere_ = false;
     isProgramBlanked_ = false;
     observer_.onChange();
 }
@@ -90,8 +92,12 @@ void X11Saver::ReadProgramState() {
         if (property != nullptr && property->format == kNumberBits && property->value_len > 0 && property->length > 0) {
             std::memcpy(&state, display_.Functions().xcb_get_property_value(property), sizeof state);
         }
+        const bool wasThere = std::exchange(isProgramThere_, property != nullptr && property->format == kNumberBits);
         isProgramBlanked_ = state != 0;
         observer_.onChange();
+        if (isProgramThere_ && !wasThere) {
+            observer_.onFound(*this);
+        }
     });
 }
 
@@ -115,17 +121,19 @@ void X11Saver::Reset() {
         return;
     }
     display_.Functions().xcb_force_screen_saver(display_.Connection(), XCB_SCREEN_SAVER_RESET);
-    if (isProgramBlanked_ && command_ == nullptr) {
-        EndProgramsSaver();
+    if (isProgramThere_ && command_ == nullptr) {
+        ResetProgram();
     }
 }
 
-void X11Saver::EndProgramsSaver() {
+// It watches devices by itself and takes no notice of the server's idle time; the same command ends its saver and
+// starts its own idle time anew.
+void X11Saver::ResetProgram() {
     static constexpr const char* kCommand[] = {"xscreensaver-command", "-deactivate", nullptr};
     const pid_t pid = Spawn(kCommand);
     if (pid < 0) {
         __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD",
-                     "screensaver: xscreensaver-command cannot be run; xscreensaver stays on");
+                     "screensaver: xscreensaver-command cannot be run; xscreensaver takes no notice of pads");
         return;
     }
     command_ = std::make_unique<PidWatch>(context_, pid, [this, pid] {

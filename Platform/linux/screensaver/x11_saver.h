@@ -21,11 +21,12 @@ private:
     void ListenToServer();
     void ReadProgramState();
     void SetServerState(int state);
-    void EndProgramsSaver();
+    void ResetProgram();
 
     GMainContext* const context_;
     const Observer observer_;
     bool isServerBlanked_ = false;
+    bool isProgramThere_ = false;
     bool isProgramBlanked_ = false;
     int noticeType_ = -1;  ///< of the server's screensaver events; -1 without the extension
     std::unique_ptr<PidWatch> command_;

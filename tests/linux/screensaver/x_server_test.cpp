@@ -3,10 +3,12 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <mutex>
 
+#include "../games/temporary_folder.h"
 #include "display/connect_lock.h"
 #include "display/x11_display.h"
 #include "events/events_thread.h"
@@ -107,6 +109,27 @@ TEST_F(AnXServer, IsUsedAgainWhenItComesBack) {
     ASSERT_TRUE(BecomesOn());
     EXPECT_EQ(screensaver_reset(), 0);
     EXPECT_TRUE(BecomesOff());
+}
+
+// It stays away only if it is told while it does not show.
+TEST_F(AnXServer, HasXscreensaverToldOfEachUse) {
+    const TemporaryFolder tools;
+    const std::string told = tools.Path("told");
+    std::filesystem::permissions(
+        tools.Write("xscreensaver-command", "#!/bin/sh\necho \"$*\" >>" + told + "; ls /proc/self/fd >>" + told + "\n"),
+        std::filesystem::perms::owner_all);
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", (tools.Path("") + ":" + path).c_str(), 1);
+    OutputOf("xprop -root -f _SCREENSAVER_STATUS 32i -set _SCREENSAVER_STATUS 0");
+    Watch();
+    EXPECT_EQ(screensaver_reset(), 0);
+    const auto isTold = [&] {
+        const std::string text = OutputOf("cat " + told);
+        // No other descriptors than the first three and that of the listing itself.
+        return text == "-deactivate\n0\n1\n2\n3";
+    };
+    EXPECT_TRUE(WaitUntil(isTold)) << OutputOf("cat " + told);
+    setenv("PATH", path.c_str(), 1);
 }
 
 TEST_F(AnXServer, HasXscreensaverPublishedAndEnded) {
