@@ -66,11 +66,17 @@ const KnownKey* FindOrSuggest(const std::string& name) {
     return key;
 }
 
+std::optional<Problem> WrongType(const KnownKey& key, const std::string& path, const std::optional<Value>& value) {
+    if (!value || IsOfType(*value, key.type)) {
+        return std::nullopt;
+    }
+    return Problem{path, path + ": holds " + Quoted(FormatValue(*value)) + ", which is no " + TypeName(key.type)};
+}
+
 Reading ReadKnown(const KnownKey& key) {
     Reading reading = ReadKey(key.name);
-    if (reading.value && !IsOfType(*reading.value, key.type)) {
-        reading.problem = Problem{reading.path, reading.path + ": holds " + Quoted(FormatValue(*reading.value)) +
-                                                    ", which is no " + TypeName(key.type)};
+    if (const auto problem = WrongType(key, reading.path, reading.value)) {
+        reading.problem = problem;
     }
     return reading;
 }
@@ -124,8 +130,14 @@ struct Watching {
     ExitStatus status = kDone;
 };
 
+// Only a line that cannot be written ends the watching.
 void PrintChange(keynode_t* node, void* data) {
     Watching& watching = *static_cast<Watching*>(data);
+    const std::string path = std::get<std::string>(LocateKey(node->key));
+    if (const auto problem = WrongType(*FindKey(node->key), path, node->value)) {
+        Complain(problem->text, kFailed);
+        return;
+    }
     watching.status = PrintLine(node->key + ' ' + (node->value ? OnOneLine(*node->value) : "(unset)"));
     if (watching.status != kDone) {
         g_main_loop_quit(watching.loop.get());

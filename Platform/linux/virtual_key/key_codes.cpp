@@ -25,8 +25,12 @@ bool IsButton(int kernelCode) {
 
 }  // namespace
 
+bool IsInKernelsRange(int platformCode) {
+    return platformCode > KEY_RESERVED + kPlatformCodeOffset && platformCode <= KEY_MAX + kPlatformCodeOffset;
+}
+
 const char* WhyNoKey(int platformCode) {
-    if (platformCode <= KEY_RESERVED + kPlatformCodeOffset || platformCode > KEY_MAX + kPlatformCodeOffset) {
+    if (!IsInKernelsRange(platformCode)) {
         return "the kernel has no such key";
     }
     const int kernelCode = platformCode - kPlatformCodeOffset;

@@ -6,6 +6,9 @@
 /// A platform key code is the kernel's plus this.
 constexpr int kPlatformCodeOffset = 8;
 
+/// Whether the kernel has a key number for this platform code.
+bool IsInKernelsRange(int platformCode);
+
 /// Null when the platform code can be sent; otherwise the reason why not, as the end of "the code is refused: ...".
 const char* WhyNoKey(int platformCode);
 

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/dlog.h"
+#include "virtual_key/key_map_file.h"
 #include "virtual_key/print_sink.h"
 #include "virtual_key/uinput_keyboard.h"
 #include "virtual_key/virtual_keyboard.h"
@@ -22,6 +23,7 @@ constexpr char kUinput[] = "/dev/uinput";
 // device that was not finalized.
 std::mutex keyboardLock;
 VirtualKeyboard* keyboard = nullptr;
+KeyMapFile* keyMapFile = nullptr;
 
 bool ShallPrint() {
     const char* setting = std::getenv("QUORVEX_KEYS");
@@ -53,7 +55,10 @@ int OpenKeyboardLocked() {
     if (!sink) {
         return error;
     }
-    keyboard = new VirtualKeyboard(std::move(sink));
+    const auto map = std::make_shared<KeyMap>();
+    auto file = std::make_unique<KeyMapFile>(KeyMapPath(), map);
+    keyboard = new VirtualKeyboard(std::move(sink), map);
+    keyMapFile = file.release();
     return 1;
 }
 
@@ -83,4 +88,6 @@ void VirtualKey_Finalize(void) {
     const std::lock_guard<std::mutex> lock(keyboardLock);
     delete keyboard;
     keyboard = nullptr;
+    delete keyMapFile;
+    keyMapFile = nullptr;
 }

@@ -5,10 +5,11 @@
 
 #include "platform/dlog.h"
 #include "platform/virtual_key.h"
+#include "virtual_key/key_codes.h"
 
 VirtualKeyboard::~VirtualKeyboard() {
     for (int code = 0; code < kCodes; ++code) {
-        if (down_.test(static_cast<size_t>(code))) {
+        if (downAs_[static_cast<size_t>(code)] != kUp) {
             Send(code, KEY_ACTION_RELEASE);
         }
     }
@@ -20,19 +21,25 @@ int VirtualKeyboard::Send(int platformCode, int action) {
                      action);
         return -EINVAL;
     }
-    if (!IsKey(platformCode)) {
+    const int sent = SentFor(platformCode);
+    if (!IsKey(platformCode, sent)) {
         return -EINVAL;
     }
-    const int result = sink_->Send(platformCode, action);
-    if (result == 0) {
-        down_.set(static_cast<size_t>(platformCode), action == KEY_ACTION_PRESS);
+    const int result = sink_->Send(sent, action);
+    if (result == 0 && IsInKernelsRange(platformCode)) {
+        downAs_[static_cast<size_t>(platformCode)] = action == KEY_ACTION_PRESS ? sent : kUp;
     }
     TellTrouble(platformCode, result);
     return result;
 }
 
-bool VirtualKeyboard::IsKey(int platformCode) {
-    const char* reason = WhyNoKey(platformCode);
+int VirtualKeyboard::SentFor(int platformCode) const {
+    const int down = IsInKernelsRange(platformCode) ? downAs_[static_cast<size_t>(platformCode)] : kUp;
+    return down != kUp ? down : map_->Sent(platformCode);
+}
+
+bool VirtualKeyboard::IsKey(int platformCode, int sent) {
+    const char* reason = WhyNoKey(sent);
     if (reason != nullptr && refused_.insert(platformCode).second) {
         __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "virtual_key: key %d is refused: %s", platformCode, reason);
     }

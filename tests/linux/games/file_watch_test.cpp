@@ -1,4 +1,4 @@
-#include "gamepad/games/file_watch.h"
+#include "user_file/file_watch.h"
 
 #include <gmock/gmock.h>
 

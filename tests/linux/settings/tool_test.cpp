@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "settings/known_keys.h"
 #include "settings_home.h"
 
 namespace {
@@ -242,6 +243,51 @@ TEST_F(TheProgram, SaysWhileItWatchesThatATextIsWrong) {
     ASSERT_TRUE(watching.IsReady());
     Put(kHub, "abc");
     EXPECT_THAT(watching.Errors(), AllOf(HasSubstr(FileOf(kHub)), HasSubstr("\"abc\"")));
+    EXPECT_EQ(watching.End(SIGINT), 0);
+}
+
+TEST_F(TheProgram, SaysWhileItWatchesThatAValueIsOfAnotherType) {
+    Watching watching({kHub});
+    ASSERT_TRUE(watching.IsReady());
+    Put(kHub, "true");
+    EXPECT_THAT(watching.Errors(), AllOf(HasSubstr(FileOf(kHub)), HasSubstr("\"true\", which is no int")));
+    Put(kHub, "5");
+    EXPECT_EQ(watching.NextLine(), std::string(kHub) + " 5\n");
+    EXPECT_EQ(watching.End(SIGINT), 0);
+}
+
+struct Example {
+    const char* word;  // for the program
+    const char* line;  // what it prints while it watches
+    const char* text;  // for a shell's echo: another value
+    const char* echoed;
+};
+
+Example ExampleFor(KeyType type) {
+    switch (type) {
+        case KeyType::kInt:
+            return {"1000", "1000", "1", "1"};
+        case KeyType::kBool:
+            return {"true", "true", "false", "false"};
+        case KeyType::kString:
+            break;
+    }
+    return {"CN", "'CN'", "\\'DE\\'", "DE"};
+}
+
+TEST_F(TheProgram, ReadsWritesAndWatchesEveryKeyAsCatAndEchoDo) {
+    Watching watching({});
+    ASSERT_TRUE(watching.IsReady());
+    for (const KnownKey& key : kKnownKeys) {
+        const std::string name = key.name;
+        const Example example = ExampleFor(key.type);
+        EXPECT_EQ(Run("set " + name + ' ' + example.word).status, 0);
+        EXPECT_EQ(watching.NextLine(), name + ' ' + example.line + '\n');
+        EXPECT_EQ(Run("get " + name).out, std::string(example.word) + '\n');
+        ASSERT_EQ(Shell("cat " + FileOf(name) + " && echo " + example.text + " > " + FileOf(name)), 0);
+        EXPECT_THAT(watching.NextLine(), AllOf(StartsWith(name), HasSubstr(example.echoed)));
+        EXPECT_EQ(Run("get " + name).out, std::string(example.echoed) + '\n');
+    }
     EXPECT_EQ(watching.End(SIGINT), 0);
 }
 

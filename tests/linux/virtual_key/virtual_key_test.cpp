@@ -16,7 +16,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-const Environment kPrinting = {{"QUORVEX_KEYS", "print"}, {"QUORVEX_LOG", "error"}, {"JOURNAL_STREAM", ""}};
+const Environment kPrinting = {
+    {"QUORVEX_KEYS", "print"}, {"QUORVEX_LOG", "error"}, {"JOURNAL_STREAM", ""}, {"XDG_CONFIG_HOME", "/nonexistent"}};
 
 TEST(ThePrintingRemote, PrintsALineForEachKey) {
     const ChildOutput output = RunInChild(kPrinting, [] {

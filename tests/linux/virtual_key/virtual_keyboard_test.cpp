@@ -40,8 +40,9 @@ protected:
 
     Sent sent_;
     int result_ = 0;
+    const std::shared_ptr<KeyMap> map_ = std::make_shared<KeyMap>();
     std::unique_ptr<VirtualKeyboard> keyboard_ =
-        std::make_unique<VirtualKeyboard>(std::make_unique<RecordingSink>(sent_, result_));
+        std::make_unique<VirtualKeyboard>(std::make_unique<RecordingSink>(sent_, result_), map_);
 };
 
 TEST_F(AKeyboard, PassesEachActionOn) {
@@ -108,6 +109,31 @@ TEST_F(AKeyboard, RefusesAnUnknownAction) {
     EXPECT_EQ(output.status, 0) << output.out;
     EXPECT_THAT(output.ErrLines(),
                 ElementsAre(HasSubstr("key 36: there is no action -1"), HasSubstr("key 36: there is no action 3")));
+}
+
+TEST_F(AKeyboard, SendsTheUsersKeyInThePlaceOfAnother) {
+    map_->Replace({{71, 180}});
+    EXPECT_EQ(keyboard_->Send(71, KEY_ACTION_AUTO_PRESS_RELEASE), 0);
+    EXPECT_EQ(keyboard_->Send(180, KEY_ACTION_AUTO_PRESS_RELEASE), 0);
+    map_->Replace({});
+    EXPECT_EQ(keyboard_->Send(71, KEY_ACTION_AUTO_PRESS_RELEASE), 0);
+    EXPECT_THAT(sent_, ElementsAre(Pair(180, 2), Pair(180, 2), Pair(71, 2)));
+}
+
+TEST_F(AKeyboard, ReleasesWhatItHasPressedWhateverTheUserChangesMeanwhile) {
+    keyboard_->Send(95, KEY_ACTION_PRESS);
+    map_->Replace({{95, 180}});
+    keyboard_->Send(95, KEY_ACTION_RELEASE);
+    keyboard_->Send(95, KEY_ACTION_PRESS);
+    map_->Replace({});
+    Close();
+    EXPECT_THAT(sent_, ElementsAre(Pair(95, 1), Pair(95, 0), Pair(180, 1), Pair(180, 0)));
+}
+
+TEST_F(AKeyboard, TakesAKeyForACodeThatIsNone) {
+    map_->Replace({{37, 180}});
+    EXPECT_EQ(keyboard_->Send(37, KEY_ACTION_AUTO_PRESS_RELEASE), 0);
+    EXPECT_THAT(sent_, ElementsAre(Pair(180, 2)));
 }
 
 TEST_F(AKeyboard, TellsTheFirstOfARowOfFailures) {

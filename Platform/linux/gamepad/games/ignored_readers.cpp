@@ -1,8 +1,5 @@
 #include "gamepad/games/ignored_readers.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -11,40 +8,19 @@
 #include <sstream>
 #include <utility>
 
-#include "gamepad/file_descriptor.h"
 #include "platform/dlog.h"
 #include "tzplatform/base_directory.h"
+#include "user_file/user_file.h"
 
 namespace games {
 namespace {
 
-constexpr std::size_t kLongestFile = 65536;
 constexpr std::size_t kLongestCommand = 15;  // the kernel keeps so much of a process's name
 
 std::string Trimmed(const std::string& text) {
     static constexpr char kBlanks[] = " \t\r";
     const std::size_t from = text.find_first_not_of(kBlanks);
     return from == std::string::npos ? "" : text.substr(from, text.find_last_not_of(kBlanks) - from + 1);
-}
-
-/// Null, with errno set, when it cannot be read; a file that would make the reader wait is none.
-std::optional<std::string> TextOf(const std::string& path) {
-    const gamepad::FileDescriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    struct stat status {};
-    if (!file || fstat(file.Get(), &status) != 0) {
-        return std::nullopt;
-    }
-    if (!S_ISREG(status.st_mode) || static_cast<std::size_t>(status.st_size) > kLongestFile) {
-        errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
-        return std::nullopt;
-    }
-    std::string text(static_cast<std::size_t>(status.st_size), '\0');
-    const ssize_t length = read(file.Get(), text.data(), text.size());
-    if (length < 0) {
-        return std::nullopt;
-    }
-    text.resize(static_cast<std::size_t>(length));
-    return text;
 }
 
 bool IsSameFile(const struct stat& one, const struct stat& other) {

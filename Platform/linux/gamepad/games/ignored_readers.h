@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "gamepad/games/file_watch.h"
 #include "gamepad/games/processes.h"
+#include "user_file/file_watch.h"
 
 namespace games {
 

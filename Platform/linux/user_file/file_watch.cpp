@@ -1,4 +1,4 @@
-#include "gamepad/games/file_watch.h"
+#include "user_file/file_watch.h"
 
 #include <glib-unix.h>
 #include <sys/inotify.h>
@@ -12,7 +12,6 @@
 #include "events/events_thread.h"
 #include "platform/dlog.h"
 
-namespace games {
 namespace {
 
 constexpr uint32_t kFolderChanges = IN_CREATE | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM | IN_CLOSE_WRITE | IN_ATTRIB |
@@ -95,5 +94,3 @@ gboolean FileWatch::OnEvent(gint /*fd*/, GIOCondition /*condition*/, gpointer se
     });
     return G_SOURCE_CONTINUE;
 }
-
-}  // namespace games

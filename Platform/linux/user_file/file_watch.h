@@ -8,8 +8,6 @@
 
 #include "gamepad/file_descriptor.h"
 
-namespace games {
-
 /// Tells that the file may have come, gone or changed, whichever way; rather too often than too seldom. One inotify
 /// descriptor, nothing polls.
 ///
@@ -35,5 +33,3 @@ private:
     int folder_ = -1;     // watch descriptor
     std::string wanted_;  // the name in that folder which leads to the file
 };
-
-}  // namespace games
