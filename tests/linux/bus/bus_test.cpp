@@ -147,6 +147,19 @@ protected:
     Notes replies_;
 };
 
+class ABusWithAnOwner : public ABus {
+protected:
+    void SetUp() override {
+        daemon_.Start();
+        Connect();
+        owner_ = std::make_unique<Peer>();
+        owner_->Own();
+        ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+    }
+
+    std::unique_ptr<Peer> owner_;
+};
+
 TEST_F(ABus, TellsTheOwnerThatIsThereAlready) {
     daemon_.Start();
     Peer peer;
@@ -166,59 +179,34 @@ TEST_F(ABus, TellsAnOwnerThatComesAndGoes) {
     EXPECT_TRUE(owners_.WaitFor({"free", "owned", "free"}));
 }
 
-TEST_F(ABus, DeliversTheOwnersSignals) {
-    daemon_.Start();
-    Connect();
-    Peer peer;
-    peer.Own();
-    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
-    peer.Emit("on");
+TEST_F(ABusWithAnOwner, DeliversTheOwnersSignals) {
+    owner_->Emit("on");
     EXPECT_TRUE(signals_.WaitFor({"on"}));
 }
 
-TEST_F(ABus, DoesNotBelieveSignalsOfOthersEvenWhenTheyAreSentToItAlone) {
-    daemon_.Start();
-    Connect();
-    Peer owner;
-    owner.Own();
-    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+TEST_F(ABusWithAnOwner, DoesNotBelieveSignalsOfOthersEvenWhenTheyAreSentToItAlone) {
     Peer liar;
     std::string ourName;
     thread_.Run([&] { ourName = bus_->UniqueName(); });
     liar.Emit("lie to all");
     liar.EmitTo(ourName, "lie to us");
-    owner.EmitTo(ourName, "truth");
+    owner_->EmitTo(ourName, "truth");
     EXPECT_TRUE(signals_.WaitFor({"truth"}));
 }
 
-TEST_F(ABus, BringsReplies) {
-    daemon_.Start();
-    Connect();
-    Peer peer;
-    peer.Own();
-    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+TEST_F(ABusWithAnOwner, BringsReplies) {
     CallEcho("hello");
-    peer.AnswerOne(/*withError=*/false);
+    owner_->AnswerOne(/*withError=*/false);
     EXPECT_TRUE(replies_.WaitFor({"hello"}));
 }
 
-TEST_F(ABus, TellsThatACallFailed) {
-    daemon_.Start();
-    Connect();
-    Peer peer;
-    peer.Own();
-    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+TEST_F(ABusWithAnOwner, TellsThatACallFailed) {
     CallEcho("hello");
-    peer.AnswerOne(/*withError=*/true);
+    owner_->AnswerOne(/*withError=*/true);
     EXPECT_TRUE(replies_.WaitFor({"nothing"}));
 }
 
-TEST_F(ABus, AnswersCallsThatTheLostBusLeftOpen) {
-    daemon_.Start();
-    Connect();
-    Peer peer;
-    peer.Own();
-    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+TEST_F(ABusWithAnOwner, AnswersCallsThatTheLostBusLeftOpen) {
     CallEcho("hello");
     daemon_.Kill();
     EXPECT_TRUE(replies_.WaitFor({"nothing"}));
@@ -260,12 +248,7 @@ TEST_F(ABus, MayBeGivenUpWhileItIsMissing) {
     EXPECT_EQ(owners_.All(), std::vector<std::string>{"free"});
 }
 
-TEST_F(ABus, IsConnectedToOnceByAllWhoUseIt) {
-    daemon_.Start();
-    Connect();
-    Peer peer;
-    peer.Own();
-    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+TEST_F(ABusWithAnOwner, IsConnectedToOnceByAllWhoUseIt) {
     thread_.Run([this] {
         const Bus other(thread_.Context(), Bus::Kind::kSession);
         EXPECT_EQ(other.UniqueName(), bus_->UniqueName());
@@ -273,20 +256,15 @@ TEST_F(ABus, IsConnectedToOnceByAllWhoUseIt) {
     });
 }
 
-TEST_F(ABus, AnswersNobodyWhoEndedMeanwhile) {
-    daemon_.Start();
-    Connect();
-    Peer peer;
-    peer.Own();
-    ASSERT_TRUE(owners_.WaitFor({"free", "owned"}));
+TEST_F(ABusWithAnOwner, AnswersNobodyWhoEndedMeanwhile) {
     thread_.Run([this] {
         Bus other(thread_.Context(), Bus::Kind::kSession);
         EXPECT_TRUE(
             other.Call({kName, kPath, kInterface, "Echo"}, {}, [this](sd_bus_message*) { replies_.Add("late"); }));
     });
-    peer.AnswerOne(/*withError=*/false);
+    owner_->AnswerOne(/*withError=*/false);
     CallEcho("hello");
-    peer.AnswerOne(/*withError=*/false);
+    owner_->AnswerOne(/*withError=*/false);
     EXPECT_TRUE(replies_.WaitFor({"hello"}));
 }
 
