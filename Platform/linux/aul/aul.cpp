@@ -4,7 +4,6 @@
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
@@ -13,6 +12,7 @@
 #include "aul/on_screen_keyboard.h"
 #include "bus/bus.h"
 #include "events/events_thread.h"
+#include "locks/locks.h"
 #include "platform/dlog.h"
 
 namespace {
@@ -63,15 +63,15 @@ struct Listening {
     std::shared_ptr<Signals> signals;
 };
 
-std::mutex listeningLock;
-std::unique_ptr<Listening> listening;
+Lock listeningLock;
+std::unique_ptr<Listening> listening GUARDED_BY(listeningLock);
 
 // What is told by now is told to its end, unless this is called from there; nothing is told afterwards. What told it is
 // given back before this returns, or later where it is what calls.
 void Stop() {
     std::unique_ptr<Listening> ended;
     {
-        const std::lock_guard<std::mutex> hold(listeningLock);
+        const Hold hold(listeningLock);
         ended = std::move(listening);
     }
     if (ended != nullptr) {
@@ -92,7 +92,7 @@ bool Start(aul_app_status_fn handler, void* data) {
         __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "no thread for the focus: which application has it is not known");
         return false;
     }
-    const std::lock_guard<std::mutex> hold(listeningLock);
+    const Hold hold(listeningLock);
     listening = std::move(started);
     return true;
 }

@@ -26,24 +26,24 @@ FocusState& FocusState::TheOne() {
 }
 
 void FocusState::SetFocus(pid_t told, pid_t window, const std::string& windowApp) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     told_ = told;
     window_ = window;
     windowApp_ = windowApp;
 }
 
 void FocusState::AddKeyboard(pid_t pid) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     keyboards_.push_back(pid);
 }
 
 void FocusState::RemoveKeyboard(pid_t pid) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     keyboards_.erase(std::remove(keyboards_.begin(), keyboards_.end(), pid), keyboards_.end());
 }
 
 void FocusState::Clear() {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     told_ = 0;
     window_ = 0;
     windowApp_.clear();
@@ -59,13 +59,13 @@ std::string FocusState::AppId(pid_t pid) {
     std::string windowApp;
     bool isKeyboard = false;
     {
-        const std::lock_guard<std::mutex> hold(lock_);
+        const Hold hold(lock_);
         isKeyboard = IsKeyboardLocked(pid);
         windowApp = HasFocusLocked(pid) ? windowApp_ : std::string();
     }
     std::string id = isKeyboard ? kKeyboardId : ApplicationId(pid, windowApp);
     if (!id.empty()) {
-        const std::lock_guard<std::mutex> hold(lock_);
+        const Hold hold(lock_);
         RememberLocked(id, pid);
     }
     return id;
@@ -85,7 +85,7 @@ int FocusState::Status(const std::string& id) const {
     pid_t told = 0;
     std::string windowApp;
     {
-        const std::lock_guard<std::mutex> hold(lock_);
+        const Hold hold(lock_);
         bool isKnown = false;
         for (const auto& [askedId, pid] : asked_) {
             if (askedId == id && HasFocusLocked(pid)) {

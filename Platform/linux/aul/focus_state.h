@@ -4,10 +4,11 @@
 #include <sys/types.h>
 
 #include <deque>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "locks/locks.h"
 
 namespace aul {
 
@@ -37,16 +38,16 @@ public:
     int Status(const std::string& id) const;
 
 private:
-    bool HasFocusLocked(pid_t pid) const { return pid > 0 && (pid == told_ || pid == window_); }
-    bool IsKeyboardLocked(pid_t pid) const;
-    void RememberLocked(const std::string& id, pid_t pid);
+    bool HasFocusLocked(pid_t pid) const REQUIRES(lock_) { return pid > 0 && (pid == told_ || pid == window_); }
+    bool IsKeyboardLocked(pid_t pid) const REQUIRES(lock_);
+    void RememberLocked(const std::string& id, pid_t pid) REQUIRES(lock_);
 
-    mutable std::mutex lock_;
-    pid_t told_ = 0;
-    pid_t window_ = 0;
-    std::string windowApp_;
-    std::vector<pid_t> keyboards_;
-    std::deque<std::pair<std::string, pid_t>> asked_;  ///< newest last
+    mutable Lock lock_;
+    pid_t told_ GUARDED_BY(lock_) = 0;
+    pid_t window_ GUARDED_BY(lock_) = 0;
+    std::string windowApp_ GUARDED_BY(lock_);
+    std::vector<pid_t> keyboards_ GUARDED_BY(lock_);
+    std::deque<std::pair<std::string, pid_t>> asked_ GUARDED_BY(lock_);  ///< newest last
 };
 
 }  // namespace aul

@@ -4,11 +4,11 @@
 #include <atomic>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "device_power/standby.h"
 #include "events/resident.h"
+#include "locks/locks.h"
 #include "platform/dlog.h"
 #include "platform/screensaver.h"
 #include "platform/vconf.h"
@@ -27,14 +27,14 @@ struct Subscriber {
 
 /// What is there while somebody subscribes, and what is known.
 struct Power {
-    std::mutex lock;
-    std::vector<Subscriber> subscribers;
-    std::shared_ptr<Resident<Standby>> standby;  ///< there while there are subscribers
+    Lock lock;
+    std::vector<Subscriber> subscribers GUARDED_BY(lock);
+    std::shared_ptr<Resident<Standby>> standby GUARDED_BY(lock);  ///< there while there are subscribers
     std::atomic<int> state{kSwitchedOn};
     std::atomic<int> wakeupReason{0};
 
-    std::mutex watchLock;
-    int watches = 0;
+    Lock watchLock;
+    int watches GUARDED_BY(watchLock) = 0;
 };
 
 // Never destroyed: the events thread may still use it while the program ends.
@@ -43,18 +43,18 @@ Power& ThePower() {
     return power;
 }
 
-auto FindLocked(Power& power, device_power_standby_fn callback) {
+auto FindLocked(Power& power, device_power_standby_fn callback) REQUIRES(power.lock) {
     return std::find_if(power.subscribers.begin(), power.subscribers.end(),
                         [callback](const Subscriber& known) { return known.callback == callback; });
 }
 
 std::vector<Subscriber> Snapshot() {
-    const std::lock_guard<std::mutex> lock(ThePower().lock);
+    const Hold lock(ThePower().lock);
     return ThePower().subscribers;
 }
 
 bool IsSubscribed(const Subscriber& subscriber) {
-    const std::lock_guard<std::mutex> lock(ThePower().lock);
+    const Hold lock(ThePower().lock);
     const auto found = FindLocked(ThePower(), subscriber.callback);
     return found != ThePower().subscribers.end() && found->userData == subscriber.userData;
 }
@@ -81,7 +81,7 @@ std::unique_ptr<Standby> MakeStandby(GMainContext* context) {
 void OnAllowedChanged(keynode_t* /*node*/, void* /*unused*/) {
     int allowed = 0;
     const bool isAllowed = vconf_get_int(kAllowedKey, &allowed) == 0 && allowed == 1;
-    const std::lock_guard<std::mutex> lock(ThePower().lock);
+    const Hold lock(ThePower().lock);
     if (ThePower().standby != nullptr) {
         ThePower().standby->Post([isAllowed](Standby& standby) { standby.SetWanted(isAllowed); });
     }
@@ -89,7 +89,7 @@ void OnAllowedChanged(keynode_t* /*node*/, void* /*unused*/) {
 
 void BeginWatchingAllowed() {
     {
-        const std::lock_guard<std::mutex> lock(ThePower().watchLock);
+        const Hold lock(ThePower().watchLock);
         if (ThePower().watches++ == 0) {
             vconf_notify_key_changed(kAllowedKey, OnAllowedChanged, nullptr);
         }
@@ -98,7 +98,7 @@ void BeginWatchingAllowed() {
 }
 
 void EndWatchingAllowed() {
-    const std::lock_guard<std::mutex> lock(ThePower().watchLock);
+    const Hold lock(ThePower().watchLock);
     if (--ThePower().watches == 0) {
         vconf_ignore_key_changed(kAllowedKey, OnAllowedChanged);
     }
@@ -106,7 +106,7 @@ void EndWatchingAllowed() {
 
 bool Add(const Subscriber& subscriber) {
     Power& power = ThePower();
-    const std::lock_guard<std::mutex> lock(power.lock);
+    const Hold lock(power.lock);
     if (FindLocked(power, subscriber.callback) != power.subscribers.end()) {
         return false;
     }
@@ -124,7 +124,7 @@ bool Add(const Subscriber& subscriber) {
 /// What the subscriber was told by; null when it was none. With the last subscriber it is the last one to hold it.
 std::shared_ptr<Resident<Standby>> Take(device_power_standby_fn callback) {
     Power& power = ThePower();
-    const std::lock_guard<std::mutex> lock(power.lock);
+    const Hold lock(power.lock);
     const auto found = FindLocked(power, callback);
     if (found == power.subscribers.end()) {
         return nullptr;
@@ -143,7 +143,7 @@ int Subscribe(const Subscriber& subscriber) {
 
 // Of a machine that nobody watches, nothing is known but that it runs.
 void ForgetState() {
-    const std::lock_guard<std::mutex> lock(ThePower().lock);
+    const Hold lock(ThePower().lock);
     if (ThePower().standby == nullptr) {
         ThePower().state = kSwitchedOn;
     }
@@ -163,7 +163,7 @@ int Unsubscribe(device_power_standby_fn callback) {
 
 int SwitchOn() {
     {
-        const std::lock_guard<std::mutex> lock(ThePower().lock);
+        const Hold lock(ThePower().lock);
         if (ThePower().standby == nullptr) {
             return kFailed;
         }

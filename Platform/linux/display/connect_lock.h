@@ -1,6 +1,6 @@
 /// Held around xcb_connect: finding the user's authority file uses a static buffer in libXau.
 #pragma once
 
-#include <mutex>
+#include "locks/locks.h"
 
-inline std::mutex xcbConnectLock;
+inline Lock xcbConnectLock;

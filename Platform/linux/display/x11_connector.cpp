@@ -7,11 +7,11 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <utility>
 
 #include "display/connect_lock.h"
 #include "events/events_thread.h"
+#include "locks/locks.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ constexpr int kMostThreads = 4;
 std::atomic<int> threads{0};
 
 xcb_connection_t* ConnectAlone(const Xcb& xcb, const std::string& name, int& screen) {
-    const std::lock_guard<std::mutex> alone(xcbConnectLock);
+    const Hold alone(xcbConnectLock);
     return xcb.xcb_connect(name.c_str(), &screen);
 }
 
@@ -81,9 +81,9 @@ struct X11Connector::Attempt {
     const Xcb& xcb;
     const std::string name;
     const int isDone = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    std::mutex lock;
-    bool isForgotten = false;
-    std::unique_ptr<X11Server> server;
+    Lock lock;
+    bool isForgotten GUARDED_BY(lock) = false;
+    std::unique_ptr<X11Server> server GUARDED_BY(lock);
 
     Attempt(const Xcb& library, std::string displayName) : xcb(library), name(std::move(displayName)) {}
     Attempt(const Attempt&) = delete;
@@ -105,7 +105,7 @@ struct X11Connector::Attempt {
     }
 
     void Announce(std::unique_ptr<X11Server> connected) {
-        const std::lock_guard<std::mutex> hold(lock);
+        const Hold hold(lock);
         if (!isForgotten) {
             server = std::move(connected);
             eventfd_write(isDone, 1);
@@ -113,7 +113,7 @@ struct X11Connector::Attempt {
     }
 
     std::unique_ptr<X11Server> Take() {
-        const std::lock_guard<std::mutex> hold(lock);
+        const Hold hold(lock);
         return std::move(server);
     }
 };
@@ -150,7 +150,7 @@ bool X11Connector::Start(const Xcb& xcb, const std::string& name) {
 
 X11Connector::~X11Connector() {
     if (attempt_ != nullptr) {
-        const std::lock_guard<std::mutex> hold(attempt_->lock);
+        const Hold hold(attempt_->lock);
         attempt_->isForgotten = true;
         attempt_->server.reset();
     }

@@ -7,9 +7,10 @@
 #include <condition_variable>
 #include <deque>
 #include <exception>
-#include <mutex>
 #include <thread>
 #include <utility>
+
+#include "locks/locks.h"
 
 // Work that finds no memory is given up where it is.
 void DoWork(const std::function<void()>& work) {
@@ -38,7 +39,7 @@ public:
 
     void Add(std::function<void()> work) {
         {
-            const std::lock_guard<std::mutex> lock(lock_);
+            const Hold lock(lock_);
             works_.push_back(std::move(work));
         }
         g_main_context_wakeup(context_);
@@ -55,7 +56,7 @@ private:
     static WorkQueue& Of(GSource* source) { return *reinterpret_cast<QueueSource*>(source)->queue; }
 
     bool HasWork() {
-        const std::lock_guard<std::mutex> lock(lock_);
+        const Hold lock(lock_);
         return !works_.empty();
     }
 
@@ -63,7 +64,7 @@ private:
     void RunNext() {
         std::function<void()> work;
         {
-            const std::lock_guard<std::mutex> lock(lock_);
+            const Hold lock(lock_);
             work = std::move(works_.front());
             works_.pop_front();
         }
@@ -82,8 +83,8 @@ private:
     static void Finalize(GSource* source) { delete &Of(source); }
 
     GMainContext* context_;
-    std::mutex lock_;
-    std::deque<std::function<void()>> works_;
+    Lock lock_;
+    std::deque<std::function<void()>> works_ GUARDED_BY(lock_);
 };
 
 }  // namespace platform_events
@@ -100,9 +101,9 @@ struct Thread {
     pthread_t id;
 };
 
-std::mutex shareLock;
-int shares = 0;
-Thread thread;
+Lock shareLock;
+int shares GUARDED_BY(shareLock) = 0;
+Thread thread GUARDED_BY(shareLock);
 
 void* RunLoop(void* argument) {
     auto* loop = static_cast<GMainLoop*>(argument);
@@ -130,7 +131,7 @@ void Release(const Thread& ended) {
     g_main_context_unref(ended.context);
 }
 
-bool Start() {
+bool StartLocked() REQUIRES(shareLock) {
     thread.context = g_main_context_new();
     thread.loop = g_main_loop_new(thread.context, FALSE);
     thread.queue = &WorkQueue::Attach(thread.context);
@@ -160,8 +161,8 @@ void Stop(const Thread& ended) {
 }  // namespace
 
 EventsThread::EventsThread() : context_(nullptr), queue_(nullptr) {
-    const std::lock_guard<std::mutex> lock(shareLock);
-    if (shares > 0 || Start()) {
+    const Hold lock(shareLock);
+    if (shares > 0 || StartLocked()) {
         ++shares;
         context_ = thread.context;
         queue_ = thread.queue;
@@ -171,7 +172,7 @@ EventsThread::EventsThread() : context_(nullptr), queue_(nullptr) {
 EventsThread::~EventsThread() {
     Thread ended{};
     {
-        const std::lock_guard<std::mutex> lock(shareLock);
+        const Hold lock(shareLock);
         if (context_ == nullptr || --shares > 0) {
             return;
         }
@@ -200,17 +201,17 @@ bool EventsThread::Run(const std::function<void()>& work) const {
     // Destructors run work too, so what is posted is small enough to need no memory of its own.
     struct {
         const std::function<void()>& work;
-        std::mutex lock;
+        Lock lock;
         std::condition_variable isDone;
-        bool done = false;
+        bool done GUARDED_BY(lock) = false;
     } call{work, {}, {}};
     Post([&call] {
         DoWork(call.work);
-        const std::lock_guard<std::mutex> guard(call.lock);
+        const Hold guard(call.lock);
         call.done = true;
         call.isDone.notify_one();
     });
-    std::unique_lock<std::mutex> guard(call.lock);
-    call.isDone.wait(guard, [&call] { return call.done; });
+    Hold guard(call.lock);
+    call.isDone.wait(guard.Waiting(), [&call]() REQUIRES(call.lock) { return call.done; });
     return true;
 }

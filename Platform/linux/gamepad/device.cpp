@@ -32,7 +32,7 @@ Device::Device(Evdev evdev, PadPointer pad, ChosenLayout layout)
 }
 
 int Device::TakeEvents(_gamepad_event_s* events, int capacity) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     if (!pad_->gone) {
         Drain();
     }
@@ -112,6 +112,7 @@ std::optional<Device::Limits> Device::LimitsOf(int axis) const {
     if (axis == ABS_HAT0X || axis == ABS_HAT0Y) {
         return layout_->HasHat(static_cast<unsigned>(axis)) ? std::optional<Limits>({1, -1}) : std::nullopt;
     }
+    const Hold hold(lock_);
     const auto found = std::find_if(axes_.begin(), axes_.end(),
                                     [axis](const Axis& candidate) { return candidate.Spec().code == axis; });
     return found == axes_.end() ? std::nullopt : std::optional<Limits>({found->Spec().maximum, found->Spec().minimum});

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "gamepad/event_queue.h"
 #include "gamepad/layout.h"
 #include "gamepad/pad.h"
+#include "locks/locks.h"
 #include "platform/gamepad.h"
 
 namespace gamepad {
@@ -37,20 +37,20 @@ public:
     const Pad& OfPad() const { return *pad_; }
 
 private:
-    void Drain();
-    bool ReadOne(unsigned& flag);
+    void Drain() REQUIRES(lock_);
+    bool ReadOne(unsigned& flag) REQUIRES(lock_);
     void TellLost(int result) const;
-    void Accept(const input_event& event);
-    void Deliver(const mapping::Output& output, std::uint64_t time);
-    void DeliverPosition(const mapping::Output& output, _gamepad_event_s event);
+    void Accept(const input_event& event) REQUIRES(lock_);
+    void Deliver(const mapping::Output& output, std::uint64_t time) REQUIRES(lock_);
+    void DeliverPosition(const mapping::Output& output, _gamepad_event_s event) REQUIRES(lock_);
 
-    std::mutex lock_;
+    mutable Lock lock_;
     const Evdev evdev_;
     const PadPointer pad_;
     const std::unique_ptr<Layout> layout_;
     const bool standard_;
-    std::vector<Axis> axes_;
-    EventQueue queue_;
+    std::vector<Axis> axes_ GUARDED_BY(lock_);
+    EventQueue queue_ GUARDED_BY(lock_);
 };
 
 }  // namespace gamepad

@@ -23,7 +23,7 @@ std::shared_ptr<Device> OpenDevice(const PadPointer& pad, mapping::Database& dat
 }  // namespace
 
 int DeviceTable::Reserve(const PadPointer& pad) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     if (std::any_of(slots_.begin(), slots_.end(), [&pad](const Slot& slot) { return slot.pad == pad; })) {
         return -1;
     }
@@ -51,7 +51,7 @@ int DeviceTable::Open(const PadPointer& pad, mapping::Database& database) {
         Close(id);
         return -1;
     }
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     const bool still_mine = IsValidLocked(id) && slots_[static_cast<std::size_t>(id)].pad == pad;
     if (still_mine) {
         slots_[static_cast<std::size_t>(id)].device = std::move(device);
@@ -61,7 +61,7 @@ int DeviceTable::Open(const PadPointer& pad, mapping::Database& database) {
 
 bool DeviceTable::Close(int id) {
     Slot closed;  // the last reference may close the node: not under the lock
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     if (!IsValidLocked(id) || slots_[static_cast<std::size_t>(id)].pad == nullptr) {
         return false;
     }
@@ -71,12 +71,12 @@ bool DeviceTable::Close(int id) {
 
 void DeviceTable::CloseAll() {
     std::vector<Slot> closed;
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     std::swap(closed, slots_);
 }
 
 std::shared_ptr<Device> DeviceTable::Find(int id) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return IsValidLocked(id) ? slots_[static_cast<std::size_t>(id)].device : nullptr;
 }
 

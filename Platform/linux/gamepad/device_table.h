@@ -2,11 +2,11 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "gamepad/device.h"
+#include "locks/locks.h"
 
 namespace gamepad {
 
@@ -28,10 +28,10 @@ private:
     };
 
     int Reserve(const PadPointer& pad);
-    bool IsValidLocked(int id) const { return id >= 0 && static_cast<std::size_t>(id) < slots_.size(); }
+    bool IsValidLocked(int id) const REQUIRES(lock_) { return id >= 0 && static_cast<std::size_t>(id) < slots_.size(); }
 
-    std::mutex lock_;
-    std::vector<Slot> slots_;
+    Lock lock_;
+    std::vector<Slot> slots_ GUARDED_BY(lock_);
 };
 
 }  // namespace gamepad

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <mutex>
 
 #include "gamepad/connected_pads.h"
 #include "gamepad/device_table.h"
@@ -10,12 +9,13 @@
 #include "gamepad/listeners.h"
 #include "gamepad/mapping/mapping.h"
 #include "gamepad/pad.h"
+#include "locks/locks.h"
 #include "platform/dlog.h"
 
 namespace {
 
 struct Library {
-    std::mutex lifecycle;  // one open or close at a time; never taken by the hot-plug thread
+    Lock lifecycle;  // one open or close at a time; never taken by the hot-plug thread
     gamepad::PadList pads;
     gamepad::Listeners listeners;
     mapping::Database database;
@@ -49,7 +49,7 @@ bool Close(Library& library) {
         __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "gamepad_close called from a connection callback: ignored");
         return false;
     }
-    const std::lock_guard<std::mutex> hold(library.lifecycle);
+    const Hold hold(library.lifecycle);
     if (!library.hotplug.IsRunning()) {
         return false;
     }
@@ -68,7 +68,7 @@ bool Open(Library& library, int mode) {
     if (gamepad::HotPlug::IsOwnThread()) {
         return true;
     }
-    const std::lock_guard<std::mutex> hold(library.lifecycle);
+    const Hold hold(library.lifecycle);
     return library.hotplug.IsRunning() || library.hotplug.Start();
 }
 

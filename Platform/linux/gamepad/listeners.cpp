@@ -5,7 +5,7 @@
 namespace gamepad {
 
 bool Listeners::Add(gamepad_connection_fn callback, void* user_data) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     const bool is_known = std::any_of(listeners_.begin(), listeners_.end(),
                                       [callback](const Listener& known) { return known.callback == callback; });
     if (callback == nullptr || is_known) {
@@ -16,30 +16,31 @@ bool Listeners::Add(gamepad_connection_fn callback, void* user_data) {
 }
 
 bool Listeners::Remove(gamepad_connection_fn callback) {
-    std::unique_lock<std::mutex> hold(lock_);
+    Hold hold(lock_);
     const auto found = std::find_if(listeners_.begin(), listeners_.end(),
                                     [callback](const Listener& known) { return known.callback == callback; });
     if (found == listeners_.end()) {
         return false;
     }
     listeners_.erase(found);
-    ended_.wait(hold, [&] { return running_ != callback || runner_ == std::this_thread::get_id(); });
+    ended_.wait(hold.Waiting(),
+                [&]() REQUIRES(lock_) { return running_ != callback || runner_ == std::this_thread::get_id(); });
     return true;
 }
 
 void Listeners::Clear() {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     listeners_.clear();
 }
 
 std::vector<Listeners::Listener> Listeners::Snapshot() {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return listeners_;
 }
 
 /// False: removed since the snapshot was taken, perhaps by the callback before.
 bool Listeners::Begin(const Listener& listener) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     const bool is_known = std::any_of(listeners_.begin(), listeners_.end(), [&listener](const Listener& known) {
         return known.callback == listener.callback && known.user_data == listener.user_data;
     });
@@ -51,7 +52,7 @@ bool Listeners::Begin(const Listener& listener) {
 }
 
 void Listeners::End() {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     running_ = nullptr;
     ended_.notify_all();
 }

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "locks/locks.h"
 #include "platform/gamepad.h"
 
 namespace gamepad {
@@ -30,11 +30,11 @@ private:
     bool Begin(const Listener& listener);
     void End();
 
-    std::mutex lock_;
+    Lock lock_;
     std::condition_variable ended_;
-    std::vector<Listener> listeners_;
-    gamepad_connection_fn running_ = nullptr;
-    std::thread::id runner_;
+    std::vector<Listener> listeners_ GUARDED_BY(lock_);
+    gamepad_connection_fn running_ GUARDED_BY(lock_) = nullptr;
+    std::thread::id runner_ GUARDED_BY(lock_);
 };
 
 }  // namespace gamepad

@@ -8,8 +8,8 @@
 namespace gamepad {
 
 void PadList::Add(const PadPointer& pad, const std::string& uid_base) {
-    const std::lock_guard<std::mutex> hold(lock_);
-    pad->uid = UniqueUid(uid_base, [this](const std::string& uid) {
+    const Hold hold(lock_);
+    pad->uid = UniqueUid(uid_base, [this](const std::string& uid) REQUIRES(lock_) {
         return FindLocked([&uid](const Pad& other) { return other.uid == uid; }) != nullptr;
     });
     pads_.push_back(pad);
@@ -17,7 +17,7 @@ void PadList::Add(const PadPointer& pad, const std::string& uid_base) {
 }
 
 bool PadList::Remove(const PadPointer& pad) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     const auto found = std::find(pads_.begin(), pads_.end(), pad);
     if (found == pads_.end()) {
         return false;
@@ -28,13 +28,13 @@ bool PadList::Remove(const PadPointer& pad) {
 }
 
 void PadList::Clear() {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     pads_.clear();
     TellLocked();
 }
 
 void PadList::Observe(std::function<void()> on_change) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     on_change_ = std::move(on_change);
 }
 
@@ -45,12 +45,12 @@ void PadList::TellLocked() const {
 }
 
 int PadList::Count() const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return static_cast<int>(pads_.size());
 }
 
 PadPointer PadList::At(int index) const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     const bool exists = index >= 0 && static_cast<std::size_t>(index) < pads_.size();
     return exists ? pads_[static_cast<std::size_t>(index)] : nullptr;
 }
@@ -61,7 +61,7 @@ PadPointer PadList::FindLocked(const std::function<bool(const Pad&)>& matches) c
 }
 
 PadPointer PadList::Find(const std::function<bool(const Pad&)>& matches) const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return FindLocked(matches);
 }
 
@@ -78,7 +78,7 @@ PadPointer PadList::BySyspath(const std::string& syspath) const {
 }
 
 std::vector<PadPointer> PadList::All() const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return pads_;
 }
 

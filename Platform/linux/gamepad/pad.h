@@ -4,9 +4,10 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "locks/locks.h"
 
 namespace gamepad {
 
@@ -45,13 +46,13 @@ public:
     std::vector<PadPointer> All() const;
 
 private:
-    PadPointer FindLocked(const std::function<bool(const Pad&)>& matches) const;
+    PadPointer FindLocked(const std::function<bool(const Pad&)>& matches) const REQUIRES(lock_);
     PadPointer Find(const std::function<bool(const Pad&)>& matches) const;
-    void TellLocked() const;
+    void TellLocked() const REQUIRES(lock_);
 
-    mutable std::mutex lock_;
-    std::function<void()> on_change_;
-    std::vector<PadPointer> pads_;
+    mutable Lock lock_;
+    std::function<void()> on_change_ GUARDED_BY(lock_);
+    std::vector<PadPointer> pads_ GUARDED_BY(lock_);
 };
 
 }  // namespace gamepad

@@ -44,7 +44,7 @@ private:
 bool LineWriter::Write(const char* line, size_t length) {
     const int callersErrno = errno;
     const SignalsBlocked signals;
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const Hold lock(mutex_);
     errno = 0;
     if (lost_ > 0 && WaitForRoomLocked()) {
         TellLostLocked();

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <cstddef>
-#include <mutex>
+
+#include "locks/locks.h"
 
 /// Threads  any; lines of several threads never mix.
 /// Locks    its own, a leaf; signals are blocked on the calling thread while it is held.
@@ -19,11 +20,11 @@ public:
     bool Write(const char* line, size_t length);
 
 private:
-    bool WriteLocked(const char* line, size_t length);
-    bool WaitForRoomLocked() const;
-    void TellLostLocked();
+    bool WriteLocked(const char* line, size_t length) REQUIRES(mutex_);
+    bool WaitForRoomLocked() const REQUIRES(mutex_);
+    void TellLostLocked() REQUIRES(mutex_);
 
     const int fd_;
-    std::mutex mutex_;
-    unsigned long lost_ = 0;
+    Lock mutex_;
+    unsigned long lost_ GUARDED_BY(mutex_) = 0;
 };

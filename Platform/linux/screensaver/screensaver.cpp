@@ -3,10 +3,10 @@
 #include <atomic>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 #include "events/resident.h"
+#include "locks/locks.h"
 #include "platform/dlog.h"
 #include "screensaver/screensavers.h"
 #include "settings/computed_keys.h"
@@ -20,9 +20,9 @@ using Savers = Resident<Screensavers>;
 
 /// The screensavers are in use while their state is watched, and for a minute after each reset.
 struct Use {
-    std::mutex lock;
-    std::unique_ptr<Savers> savers;
-    bool isWatched = false;
+    Lock lock;
+    std::unique_ptr<Savers> savers GUARDED_BY(lock);
+    bool isWatched GUARDED_BY(lock) = false;
     std::atomic<bool> isHelpless{false};
 };
 
@@ -39,7 +39,7 @@ void Publish(bool isOn) {
 // The savers wait for the events thread when they end, on which a function may wait for the lock: never end them with
 // the lock held.
 std::unique_ptr<Savers> TakeIfUnwatched() {
-    const std::lock_guard<std::mutex> lock(TheUse().lock);
+    const Hold lock(TheUse().lock);
     return TheUse().isWatched ? nullptr : std::move(TheUse().savers);
 }
 
@@ -57,7 +57,7 @@ std::unique_ptr<Screensavers> MakeSavers(GMainContext* context) {
 }
 
 // Whatever a process before has left behind, off is what changes are told against.
-void StartLocked(Use& use) {
+void StartLocked(Use& use) REQUIRES(use.lock) {
     if (use.savers == nullptr) {
         Publish(false);
         use.isHelpless = false;
@@ -66,14 +66,14 @@ void StartLocked(Use& use) {
 }
 
 void StartWatching() {
-    const std::lock_guard<std::mutex> lock(TheUse().lock);
+    const Hold lock(TheUse().lock);
     TheUse().isWatched = true;
     StartLocked(TheUse());
 }
 
 void StopWatching() {
     {
-        const std::lock_guard<std::mutex> lock(TheUse().lock);
+        const Hold lock(TheUse().lock);
         TheUse().isWatched = false;
     }
     EndIfUnwatched();
@@ -83,7 +83,7 @@ const ComputedKey stateKey(kStateKey, StartWatching, StopWatching);
 
 int Reset() {
     Use& use = TheUse();
-    const std::lock_guard<std::mutex> lock(use.lock);
+    const Hold lock(use.lock);
     StartLocked(use);
     use.savers->Post(
         [isWatched = use.isWatched](Screensavers& savers) { isWatched ? savers.Reset() : savers.ResetAndLinger(); });

@@ -1,7 +1,7 @@
 #include "settings/complaints.h"
 
 void Complaints::Tell(const Problem& problem) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const Hold lock(mutex_);
     std::string& told = told_[problem.about];
     if (told != problem.text) {
         told = problem.text;
@@ -10,7 +10,7 @@ void Complaints::Tell(const Problem& problem) {
 }
 
 void Complaints::Over(const std::string& about) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const Hold lock(mutex_);
     told_.erase(about);
 }
 

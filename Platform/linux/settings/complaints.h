@@ -5,9 +5,9 @@
 
 #include <functional>
 #include <map>
-#include <mutex>
 #include <string>
 
+#include "locks/locks.h"
 #include "settings/key_file.h"
 
 class Complaints {
@@ -22,6 +22,6 @@ public:
 
 private:
     const Sink sink_;
-    std::mutex mutex_;
-    std::map<std::string, std::string> told_;
+    Lock mutex_;
+    std::map<std::string, std::string> told_ GUARDED_BY(mutex_);
 };

@@ -20,7 +20,7 @@ ComputedKey::ComputedKey(const char* key, void (*start)(), void (*stop)()) : key
 void BeginWatch(const std::string& key) {
     for (ComputedKey* computed : TheKeys()) {
         if (computed->key_ == key) {
-            const std::lock_guard<std::mutex> lock(computed->lock_);
+            const Hold lock(computed->lock_);
             if (computed->watches_++ == 0) {
                 computed->start_();
             }
@@ -31,7 +31,7 @@ void BeginWatch(const std::string& key) {
 void EndWatch(const std::string& key) {
     for (ComputedKey* computed : TheKeys()) {
         if (computed->key_ == key) {
-            const std::lock_guard<std::mutex> lock(computed->lock_);
+            const Hold lock(computed->lock_);
             if (--computed->watches_ == 0) {
                 computed->stop_();
             }

@@ -6,8 +6,9 @@
 ///          the part's own thread, so on that thread nobody may watch or ignore this very key; other keys are free.
 #pragma once
 
-#include <mutex>
 #include <string>
+
+#include "locks/locks.h"
 
 class ComputedKey {
 public:
@@ -24,8 +25,8 @@ private:
     const char* const key_;
     void (*const start_)();
     void (*const stop_)();
-    std::mutex lock_;
-    int watches_ = 0;
+    Lock lock_;
+    int watches_ GUARDED_BY(lock_) = 0;
 };
 
 /// The store is about to watch the key once more, or watches it once less.

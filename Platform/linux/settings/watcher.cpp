@@ -40,7 +40,7 @@ bool IsPartOf(const std::string& path, const char* name) {
 }  // namespace
 
 Watcher::~Watcher() {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const Hold lock(mutex_);
     StopLocked();
 }
 
@@ -49,7 +49,7 @@ std::optional<Problem> Watcher::Add(const std::string& key, vconf_callback_fn ca
     if (const Problem* problem = std::get_if<Problem>(&place)) {
         return *problem;
     }
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const Hold lock(mutex_);
     const auto [entry, added] = keys_.try_emplace(key, Key{std::get<std::string>(place), {}, false, {}});
     auto& watches = entry->second.watches;
     const auto same = [&](const auto& watch) { return watch->callback == callback; };
@@ -67,7 +67,7 @@ std::optional<Problem> Watcher::Add(const std::string& key, vconf_callback_fn ca
 }
 
 bool Watcher::Remove(const std::string& key, vconf_callback_fn callback) {
-    std::unique_lock<std::mutex> lock(mutex_);
+    Hold lock(mutex_);
     const std::shared_ptr<Watch> watch = TakeLocked(key, callback);
     if (watch == nullptr) {
         return false;
@@ -77,7 +77,7 @@ bool Watcher::Remove(const std::string& key, vconf_callback_fn callback) {
     }
     // By the system's clock, because the timed wait on the steady one does not exist everywhere.
     const auto deadline = std::chrono::system_clock::now() + kLongestCallback;
-    return finished_.wait_until(lock, deadline, [&] { return running_ != watch.get(); });
+    return finished_.wait_until(lock.Waiting(), deadline, [&]() REQUIRES(mutex_) { return running_ != watch.get(); });
 }
 
 std::shared_ptr<Watcher::Watch> Watcher::TakeLocked(const std::string& key, vconf_callback_fn callback) {
@@ -231,24 +231,24 @@ gboolean Watcher::OnReadable(gint /*fd*/, GIOCondition /*condition*/, gpointer s
 }
 
 void Watcher::Deliver() {
-    std::unique_lock<std::mutex> lock(mutex_);
+    Hold lock(mutex_);
     Calls calls = CollectLocked();
-    lock.unlock();
+    lock.Release();
     for (auto& [watch, node] : calls) {
         Run(*watch, node);
     }
 }
 
 void Watcher::Run(Watch& watch, keynode_t& node) {
-    std::unique_lock<std::mutex> lock(mutex_);
+    Hold lock(mutex_);
     if (watch.removed) {
         return;
     }
     running_ = &watch;
     runner_ = std::this_thread::get_id();
-    lock.unlock();
+    lock.Release();
     watch.callback(&node, watch.userData);
-    lock.lock();
+    lock.Regain();
     running_ = nullptr;
     runner_ = {};
     finished_.notify_all();

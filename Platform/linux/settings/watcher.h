@@ -13,7 +13,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -21,6 +20,7 @@
 #include <utility>
 #include <vector>
 
+#include "locks/locks.h"
 #include "platform/vconf.h"
 #include "settings/key_file.h"
 
@@ -71,23 +71,23 @@ private:
     void Deliver();
     void Run(Watch& watch, keynode_t& node);
 
-    bool StartLocked();
-    void StopLocked();
-    std::optional<Problem> ArmLocked();
-    bool ArmPathLocked(const std::string& path, std::set<int>& armed);
-    void DrainLocked();
-    void MarkLocked(const char* name);
-    bool RefreshLocked(Key& key);
-    Calls CollectLocked();
-    std::shared_ptr<Watch> TakeLocked(const std::string& key, vconf_callback_fn callback);
+    bool StartLocked() REQUIRES(mutex_);
+    void StopLocked() REQUIRES(mutex_);
+    std::optional<Problem> ArmLocked() REQUIRES(mutex_);
+    bool ArmPathLocked(const std::string& path, std::set<int>& armed) REQUIRES(mutex_);
+    void DrainLocked() REQUIRES(mutex_);
+    void MarkLocked(const char* name) REQUIRES(mutex_);
+    bool RefreshLocked(Key& key) REQUIRES(mutex_);
+    Calls CollectLocked() REQUIRES(mutex_);
+    std::shared_ptr<Watch> TakeLocked(const std::string& key, vconf_callback_fn callback) REQUIRES(mutex_);
 
     const Observer observer_;
-    std::mutex mutex_;
+    Lock mutex_;
     std::condition_variable finished_;
-    std::map<std::string, Key> keys_;
-    std::set<int> armed_;  // inotify watch descriptors
-    int fd_ = -1;          // inotify; open while a key is watched
-    GSource* source_ = nullptr;
-    const Watch* running_ = nullptr;
-    std::thread::id runner_;
+    std::map<std::string, Key> keys_ GUARDED_BY(mutex_);
+    std::set<int> armed_ GUARDED_BY(mutex_);  // inotify watch descriptors
+    int fd_ GUARDED_BY(mutex_) = -1;          // inotify; open while a key is watched
+    GSource* source_ GUARDED_BY(mutex_) = nullptr;
+    const Watch* running_ GUARDED_BY(mutex_) = nullptr;
+    std::thread::id runner_ GUARDED_BY(mutex_);
 };

@@ -34,7 +34,7 @@ StoreQueries::StoreQueries(std::string program, std::chrono::milliseconds limit)
     : limit_(limit), program_(std::move(program)) {}
 
 bool StoreQueries::Ask(Query query) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     if (isClosed_) {
         return false;
     }
@@ -75,7 +75,7 @@ void StoreQueries::Work() {
 }
 
 bool StoreQueries::Next(Asked& asked, bool& isClosed) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     if (asked_.empty()) {
         return isWorking_ = false;
     }
@@ -96,7 +96,7 @@ void StoreQueries::Answer(const Asked& asked, bool isClosed) {
 
 void StoreQueries::Close() {
     {
-        const std::lock_guard<std::mutex> hold(lock_);
+        const Hold hold(lock_);
         isClosed_ = true;
         program_.Stop();
     }

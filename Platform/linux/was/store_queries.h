@@ -3,10 +3,10 @@
 
 #include <chrono>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <thread>
 
+#include "locks/locks.h"
 #include "platform/was.h"
 #include "was/query_program.h"
 
@@ -44,18 +44,18 @@ private:
         Deadline deadline;
     };
 
-    bool WorksLocked();
+    bool WorksLocked() REQUIRES(lock_);
     void Work();
     bool Next(Asked& asked, bool& isClosed);
     void Answer(const Asked& asked, bool isClosed);
 
     const std::chrono::milliseconds limit_;
     QueryProgram program_;  // the thread's
-    std::mutex lock_;
-    std::deque<Asked> asked_;
+    Lock lock_;
+    std::deque<Asked> asked_ GUARDED_BY(lock_);
     std::thread thread_;
-    bool isWorking_ = false;
-    bool isClosed_ = false;
+    bool isWorking_ GUARDED_BY(lock_) = false;
+    bool isClosed_ GUARDED_BY(lock_) = false;
 };
 
 }  // namespace store

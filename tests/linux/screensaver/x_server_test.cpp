@@ -26,7 +26,7 @@ protected:
     static unsigned IdleTime() {
         xcb_connection_t* display = nullptr;
         {
-            const std::lock_guard<std::mutex> alone(xcbConnectLock);
+            const Hold alone(xcbConnectLock);
             display = xcb_connect(nullptr, nullptr);
         }
         const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;

@@ -12,28 +12,28 @@ bool Ledger::NoteLocked(bool is_change, pid_t pid, bool is_open) {
 }
 
 bool Ledger::Add(pid_t pid, Source source) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return NoteLocked(games_.Add(pid, source), pid, true);
 }
 
 bool Ledger::Remove(pid_t pid, Source source) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return NoteLocked(games_.Remove(pid, source), pid, false);
 }
 
 bool Ledger::Erase(pid_t pid) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return NoteLocked(games_.Erase(pid), pid, false);
 }
 
 void Ledger::Clear() {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     games_ = GameSet();
     untold_.clear();
 }
 
 unsigned long long Ledger::Join() {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     const unsigned long long number = joined_++;
     for (const pid_t pid : games_.Pids()) {
         untold_.push_back({pid, true, number, number + 1});
@@ -42,7 +42,7 @@ unsigned long long Ledger::Join() {
 }
 
 std::optional<Change> Ledger::Take(long long now) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     if (untold_.empty() || now < held_until_) {
         return std::nullopt;
     }
@@ -52,22 +52,22 @@ std::optional<Change> Ledger::Take(long long now) {
 }
 
 std::optional<long long> Ledger::DueAt() const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return untold_.empty() ? std::nullopt : std::optional<long long>(held_until_);
 }
 
 bool Ledger::Contains(pid_t pid) const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return games_.Contains(pid);
 }
 
 pid_t Ledger::Newest() const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return games_.Newest();
 }
 
 std::vector<pid_t> Ledger::Of(Source source) const {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     return games_.Of(source);
 }
 
@@ -76,12 +76,12 @@ void Ledger::HoldUntilLocked(long long time) {
 }
 
 void Ledger::HoldUntil(long long time) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     HoldUntilLocked(time);
 }
 
 std::string Ledger::TextAndHoldUntil(long long time) {
-    const std::lock_guard<std::mutex> hold(lock_);
+    const Hold hold(lock_);
     HoldUntilLocked(time);
     std::string text;
     for (const pid_t pid : games_.Pids()) {

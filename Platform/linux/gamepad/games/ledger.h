@@ -2,12 +2,12 @@
 #pragma once
 
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "gamepad/games/game_set.h"
+#include "locks/locks.h"
 
 namespace games {
 
@@ -45,14 +45,14 @@ public:
     std::string TextAndHoldUntil(long long time);
 
 private:
-    bool NoteLocked(bool is_change, pid_t pid, bool is_open);
-    void HoldUntilLocked(long long time);
+    bool NoteLocked(bool is_change, pid_t pid, bool is_open) REQUIRES(lock_);
+    void HoldUntilLocked(long long time) REQUIRES(lock_);
 
-    mutable std::mutex lock_;
-    GameSet games_;
-    std::deque<Change> untold_;
-    unsigned long long joined_ = 0;  // so many so far
-    long long held_until_ = 0;
+    mutable Lock lock_;
+    GameSet games_ GUARDED_BY(lock_);
+    std::deque<Change> untold_ GUARDED_BY(lock_);
+    unsigned long long joined_ GUARDED_BY(lock_) = 0;  // so many so far
+    long long held_until_ GUARDED_BY(lock_) = 0;
 };
 
 }  // namespace games

@@ -239,7 +239,7 @@ Sources Sources::OfThisUser() {
 Database::Database(Sources sources) : sources_(std::move(sources)) {}
 
 std::optional<Mapping> Database::Find(const DeviceId& id) {
-    const std::lock_guard<std::mutex> guard(lock_);
+    const Hold guard(lock_);
     Search search(id);
     SearchBuiltIn(search);
     for (const Text& text : Read(sources_)) {

@@ -13,13 +13,13 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "gamepad/mapping/capabilities.h"
 #include "gamepad/mapping/format.h"
+#include "locks/locks.h"
 
 struct libevdev;
 
@@ -144,8 +144,9 @@ public:
 
 private:
     const Sources sources_;
-    std::mutex lock_;
-    std::map<std::string, std::string> told_;  // by origin: the state of a text whose bad lines were told
+    Lock lock_;
+    std::map<std::string, std::string> told_
+        GUARDED_BY(lock_);  // by origin: the state of a text whose bad lines were told
 };
 
 }  // namespace mapping
