@@ -14,6 +14,11 @@ bool IsPlain(char c) {
     return c >= ' ' && c <= '~';
 }
 
+// Nearly every message is plain from end to end, so that it is looked at and copied as a whole.
+size_t PlainLength(const char* text, size_t length) {
+    return static_cast<size_t>(std::find_if_not(text, text + length, IsPlain) - text);
+}
+
 // The length of the printable character at text; 0 where there is none.
 size_t PrintableLength(const char* text, size_t length) {
     const gunichar c = g_utf8_get_char_validated(text, static_cast<gssize>(length));
@@ -24,7 +29,8 @@ size_t PrintableLength(const char* text, size_t length) {
 
 void LogText::Append(const char* text, size_t length) {
     for (size_t i = 0; i < length && !cut_;) {
-        const size_t width = IsPlain(text[i]) ? 1 : PrintableLength(text + i, length - i);
+        const size_t plain = PlainLength(text + i, std::min(length - i, kRoom - size_));
+        const size_t width = plain > 0 ? plain : PrintableLength(text + i, length - i);
         if (width == 0) {
             AppendByte(static_cast<unsigned char>(text[i]));
         } else {
