@@ -28,6 +28,7 @@ struct State {
     int wake;
     bool isGone = false;
     unsigned sequence = 0;
+    unsigned powerQuestions = 0;
     xcb_screen_t screen{};
     int screens = 1;
     xcb_query_extension_reply_t extension{};
@@ -141,6 +142,7 @@ xcb_void_cookie_t SelectInput(xcb_connection_t*, xcb_drawable_t, std::uint32_t) 
     return Next<xcb_void_cookie_t>();
 }
 xcb_dpms_info_cookie_t PowerInfo(xcb_connection_t*) {
+    ++gState->powerQuestions;
     return Next<xcb_dpms_info_cookie_t>();
 }
 xcb_void_cookie_t ForceLevel(xcb_connection_t*, std::uint16_t) {
@@ -270,6 +272,10 @@ void X11Server::Say() const {
 void X11Server::HangUp() const {
     gState->isGone = true;
     Say();
+}
+
+unsigned X11Server::PowerQuestions() const {
+    return gState->powerQuestions;
 }
 
 }  // namespace fuzz

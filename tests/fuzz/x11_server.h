@@ -18,6 +18,8 @@ public:
     void Say() const;
     /// The connection ends.
     void HangUp() const;
+    /// How often the displays' power was asked for.
+    unsigned PowerQuestions() const;
 };
 
 }  // namespace fuzz

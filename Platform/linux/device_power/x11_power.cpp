@@ -2,12 +2,6 @@
 
 #include <utility>
 
-namespace {
-
-constexpr unsigned kMsBetweenQuestions = 2000;
-
-}  // namespace
-
 X11Power::X11Power(GMainContext* context, std::function<void()> onChange)
     : context_(context),
       onChange_(std::move(onChange)),

@@ -6,10 +6,12 @@
 #include "display/x11_display.h"
 #include "events/context_source.h"
 
-/// The DPMS level of an X server. It tells of no change, so it is asked every two seconds, but only while that is
-/// wanted.
+/// The DPMS level of an X server. It tells of no change, so it is asked again and again, but only while that is
+/// wanted, and not before it has answered.
 class X11Power : public DisplayPower {
 public:
+    static constexpr unsigned kMsBetweenQuestions = 2000;
+
     X11Power(GMainContext* context, std::function<void()> onChange);
     bool IsOff() const override { return isOff_; }
     void SwitchOn() override;
