@@ -16,8 +16,8 @@ bool ReadBool(sd_bus_message* message, bool& value) {
     char type = 0;
     const char* contents = nullptr;  // of a type that has any
     int number = 0;
-    if (sd_bus_message_peek_type(message, &type, &contents) <= 0 || type != 'v' || std::strcmp(contents, "b") != 0 ||
-        sd_bus_message_read(message, "v", "b", &number) <= 0) {
+    if (SdBus().sd_bus_message_peek_type(message, &type, &contents) <= 0 || type != 'v' ||
+        std::strcmp(contents, "b") != 0 || SdBus().sd_bus_message_read(message, "v", "b", &number) <= 0) {
         return false;
     }
     value = number != 0;
@@ -27,16 +27,17 @@ bool ReadBool(sd_bus_message* message, bool& value) {
 // Reads {'name': <value>, ...} as far as the wanted one.
 bool ReadProperty(sd_bus_message* message, const std::string& wanted, bool& value) {
     bool isFound = false;
-    if (sd_bus_message_enter_container(message, 'a', "{sv}") <= 0) {
+    if (SdBus().sd_bus_message_enter_container(message, 'a', "{sv}") <= 0) {
         return false;
     }
-    while (!isFound && sd_bus_message_enter_container(message, 'e', "sv") > 0) {
+    while (!isFound && SdBus().sd_bus_message_enter_container(message, 'e', "sv") > 0) {
         const char* name = nullptr;
-        if (sd_bus_message_read(message, "s", &name) <= 0) {
+        if (SdBus().sd_bus_message_read(message, "s", &name) <= 0) {
             return false;
         }
         isFound = name == wanted && ReadBool(message, value);
-        if (!isFound && (sd_bus_message_skip(message, "v") < 0 || sd_bus_message_exit_container(message) < 0)) {
+        if (!isFound &&
+            (SdBus().sd_bus_message_skip(message, "v") < 0 || SdBus().sd_bus_message_exit_container(message) < 0)) {
             return false;
         }
     }
@@ -68,17 +69,17 @@ void OnScreenKeyboard::Ask() {
     const unsigned asked = owner_;
     bus_.Call(
         {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetConnectionUnixProcessID"},
-        [this](sd_bus_message* call) { return sd_bus_message_append(call, "s", visible_.name.c_str()); },
+        [this](sd_bus_message* call) { return SdBus().sd_bus_message_append(call, "s", visible_.name.c_str()); },
         [this, asked](sd_bus_message* reply) {
             uint32_t pid = 0;
-            if (asked == owner_ && reply != nullptr && sd_bus_message_read(reply, "u", &pid) > 0) {
+            if (asked == owner_ && reply != nullptr && SdBus().sd_bus_message_read(reply, "u", &pid) > 0) {
                 SetPid(static_cast<pid_t>(pid));
             }
         });
     bus_.Call(
         {visible_.name, visible_.path, kProperties, "Get"},
         [this](sd_bus_message* call) {
-            return sd_bus_message_append(call, "ss", visible_.interface.c_str(), visible_.member.c_str());
+            return SdBus().sd_bus_message_append(call, "ss", visible_.interface.c_str(), visible_.member.c_str());
         },
         [this, asked](sd_bus_message* reply) {
             if (asked == owner_ && reply != nullptr && ReadBool(reply, isVisible_)) {
@@ -90,7 +91,7 @@ void OnScreenKeyboard::Ask() {
 // The value comes with the signal; one keyboard lists it as to be read again as well.
 void OnScreenKeyboard::OnChange(sd_bus_message* signal) {
     const char* interface = nullptr;
-    if (sd_bus_message_read(signal, "s", &interface) > 0 && interface == visible_.interface &&
+    if (SdBus().sd_bus_message_read(signal, "s", &interface) > 0 && interface == visible_.interface &&
         ReadProperty(signal, visible_.member, isVisible_)) {
         Update();
     }

@@ -17,7 +17,11 @@ public:
     Slot(const Slot&) = delete;
     Slot& operator=(const Slot&) = delete;
 
-    void Drop() { slot_ = sd_bus_slot_unref(slot_); }
+    void Drop() {
+        if (slot_ != nullptr) {
+            slot_ = SdBus().sd_bus_slot_unref(slot_);
+        }
+    }
     /// For a function that fills it.
     sd_bus_slot** Fill() {
         Drop();
@@ -112,7 +116,7 @@ std::string Bus::OwnerOf(const std::string& name) const {
 std::string Bus::UniqueName() const {
     const char* name = nullptr;
     sd_bus* bus = connection_->Handle();
-    return bus != nullptr && sd_bus_get_unique_name(bus, &name) >= 0 ? name : std::string();
+    return bus != nullptr && SdBus().sd_bus_get_unique_name(bus, &name) >= 0 ? name : std::string();
 }
 
 // First the match, then the question: a change in between is seen twice rather than not at all.
@@ -124,21 +128,22 @@ void Bus::Install(Name& name) {
         "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',interface='org.freedesktop.DBus',"
         "member='NameOwnerChanged',arg0='" +
         name.name + "'";
-    sd_bus_add_match_async(connection_->Handle(), name.match.Fill(), match.c_str(), OnOwnerChanged, nullptr, &name);
+    SdBus().sd_bus_add_match_async(connection_->Handle(), name.match.Fill(), match.c_str(), OnOwnerChanged, nullptr,
+                                   &name);
     AskOwner(name);
 }
 
 void Bus::AskOwner(Name& name) {
-    sd_bus_call_method_async(connection_->Handle(), name.question.Fill(), "org.freedesktop.DBus",
-                             "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner", OnOwnerReply, &name, "s",
-                             name.name.c_str());
+    SdBus().sd_bus_call_method_async(connection_->Handle(), name.question.Fill(), "org.freedesktop.DBus",
+                                     "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner", OnOwnerReply,
+                                     &name, "s", name.name.c_str());
 }
 
 int Bus::OnOwnerChanged(sd_bus_message* message, void* name, sd_bus_error* /*error*/) {
     const char* changed = nullptr;
     const char* before = nullptr;
     const char* now = nullptr;
-    if (sd_bus_message_read(message, "sss", &changed, &before, &now) >= 0) {
+    if (SdBus().sd_bus_message_read(message, "sss", &changed, &before, &now) >= 0) {
         DoWork([name, now] { SetOwner(*static_cast<Name*>(name), now); });
     }
     return 0;
@@ -146,7 +151,8 @@ int Bus::OnOwnerChanged(sd_bus_message* message, void* name, sd_bus_error* /*err
 
 int Bus::OnOwnerReply(sd_bus_message* message, void* name, sd_bus_error* /*error*/) {
     const char* owner = nullptr;
-    if (sd_bus_message_is_method_error(message, nullptr) == 0 && sd_bus_message_read(message, "s", &owner) >= 0) {
+    if (SdBus().sd_bus_message_is_method_error(message, nullptr) == 0 &&
+        SdBus().sd_bus_message_read(message, "s", &owner) >= 0) {
         DoWork([name, owner] { SetOwner(*static_cast<Name*>(name), owner); });
     }
     return 0;
@@ -189,14 +195,14 @@ void Bus::Install(Subscription& subscription) {
     if (!signal.path.empty()) {
         match += ",path='" + signal.path + "'";
     }
-    sd_bus_add_match_async(connection_->Handle(), subscription.match.Fill(), match.c_str(), OnSignal, nullptr,
-                           &subscription);
+    SdBus().sd_bus_add_match_async(connection_->Handle(), subscription.match.Fill(), match.c_str(), OnSignal, nullptr,
+                                   &subscription);
 }
 
 // Anybody on the bus may send a signal to us directly, past the bus's own check of the sender.
 int Bus::OnSignal(sd_bus_message* message, void* subscription, sd_bus_error* /*error*/) {
     const auto& self = *static_cast<Subscription*>(subscription);
-    const char* sender = sd_bus_message_get_sender(message);
+    const char* sender = SdBus().sd_bus_message_get_sender(message);
     if (sender != nullptr && self.bus->OwnerOf(self.signal.name) == sender) {
         DoWork([&] { self.onSignal(message); });
     }
@@ -206,13 +212,13 @@ int Bus::OnSignal(sd_bus_message* message, void* subscription, sd_bus_error* /*e
 sd_bus_message* Bus::NewCall(const Member& method, const FillFunction& fill) {
     sd_bus_message* call = nullptr;
     sd_bus* bus = connection_->Handle();
-    if (bus == nullptr || sd_bus_message_new_method_call(bus, &call, method.name.c_str(), method.path.c_str(),
-                                                         method.interface.c_str(), method.member.c_str()) < 0) {
+    if (bus == nullptr || SdBus().sd_bus_message_new_method_call(bus, &call, method.name.c_str(), method.path.c_str(),
+                                                                 method.interface.c_str(), method.member.c_str()) < 0) {
         return nullptr;
     }
-    sd_bus_message_set_auto_start(call, 0);
+    SdBus().sd_bus_message_set_auto_start(call, 0);
     if (fill && fill(call) < 0) {
-        return sd_bus_message_unref(call);
+        return SdBus().sd_bus_message_unref(call);
     }
     return call;
 }
@@ -226,8 +232,8 @@ bool Bus::Call(const Member& method, const FillFunction& fill, ReplyFunction onR
     PendingCall& pending = *calls_.back();
     pending.self = std::prev(calls_.end());
     const int result =
-        sd_bus_call_async(connection_->Handle(), pending.slot.Fill(), call, OnReply, &pending, kReplyTimeoutUs);
-    sd_bus_message_unref(call);
+        SdBus().sd_bus_call_async(connection_->Handle(), pending.slot.Fill(), call, OnReply, &pending, kReplyTimeoutUs);
+    SdBus().sd_bus_message_unref(call);
     if (result < 0) {
         calls_.pop_back();
     }
@@ -238,7 +244,8 @@ int Bus::OnReply(sd_bus_message* message, void* call, sd_bus_error* /*error*/) {
     auto& pending = *static_cast<PendingCall*>(call);
     const std::unique_ptr<PendingCall> answered = std::move(*pending.self);
     pending.all.erase(pending.self);
-    DoWork([&] { answered->onReply(sd_bus_message_is_method_error(message, nullptr) != 0 ? nullptr : message); });
+    DoWork(
+        [&] { answered->onReply(SdBus().sd_bus_message_is_method_error(message, nullptr) != 0 ? nullptr : message); });
     return 0;
 }
 
@@ -247,8 +254,8 @@ bool Bus::CallWithoutReply(const Member& method, const FillFunction& fill) {
     if (call == nullptr) {
         return false;
     }
-    sd_bus_message_set_expect_reply(call, 0);
-    const bool sent = sd_bus_send(connection_->Handle(), call, nullptr) >= 0;
-    sd_bus_message_unref(call);
+    SdBus().sd_bus_message_set_expect_reply(call, 0);
+    const bool sent = SdBus().sd_bus_send(connection_->Handle(), call, nullptr) >= 0;
+    SdBus().sd_bus_message_unref(call);
     return sent;
 }

@@ -2,7 +2,6 @@
 #define PLATFORM_LINUX_BUS_BUS_H
 
 #include <glib.h>
-#include <systemd/sd-bus.h>
 
 #include <functional>
 #include <list>
@@ -11,6 +10,7 @@
 #include <string>
 
 #include "bus/connection.h"
+#include "bus/sd_bus.h"
 
 /// A share in the process's connection to a message bus.
 ///

@@ -64,7 +64,7 @@ std::shared_ptr<BusConnection> BusConnection::Shared(GMainContext* context, Kind
 
 BusConnection::BusConnection(GMainContext* context, Kind kind)
     : context_(context), kind_(kind), comeback_(context, NameOf(kind), [this] { ConnectIfThere(); }) {
-    Connect();
+    ConnectIfThere();
 }
 
 BusConnection::~BusConnection() {
@@ -72,7 +72,11 @@ BusConnection::~BusConnection() {
 }
 
 void BusConnection::Connect() {
-    const int result = kind_ == Kind::kSession ? sd_bus_open_user(&bus_) : sd_bus_open_system(&bus_);
+    if (!LoadSdBus()) {
+        Lose(ELIBACC);
+        return;
+    }
+    const int result = kind_ == Kind::kSession ? SdBus().sd_bus_open_user(&bus_) : SdBus().sd_bus_open_system(&bus_);
     if (result < 0) {
         Lose(-result);
         return;
@@ -96,7 +100,9 @@ void BusConnection::Disconnect() {
         g_source_destroy(source_);
         g_source_unref(std::exchange(source_, nullptr));
     }
-    bus_ = sd_bus_close_unref(bus_);
+    if (bus_ != nullptr) {
+        bus_ = SdBus().sd_bus_close_unref(bus_);
+    }
 }
 
 void BusConnection::Lose(int error) {
@@ -113,7 +119,7 @@ void BusConnection::Attach() {
     source_ = g_source_new(&functions, sizeof(BusSource));
     reinterpret_cast<BusSource*>(source_)->connection = this;
     polledFor_ = G_IO_IN;
-    tag_ = g_source_add_unix_fd(source_, sd_bus_get_fd(bus_), G_IO_IN);
+    tag_ = g_source_add_unix_fd(source_, SdBus().sd_bus_get_fd(bus_), G_IO_IN);
     g_source_attach(source_, context_);
 }
 
@@ -128,7 +134,7 @@ void BusConnection::PollFor(int events) {
 // Microseconds until sd-bus wants to work by itself; G_MAXINT64 for never.
 gint64 BusConnection::TimeLeft() const {
     uint64_t deadline = 0;
-    if (sd_bus_get_timeout(bus_, &deadline) <= 0 || deadline == UINT64_MAX) {
+    if (SdBus().sd_bus_get_timeout(bus_, &deadline) <= 0 || deadline == UINT64_MAX) {
         return G_MAXINT64;
     }
     return static_cast<gint64>(deadline) - g_get_monotonic_time();
@@ -136,7 +142,7 @@ gint64 BusConnection::TimeLeft() const {
 
 gboolean BusConnection::Prepare(GSource* source, gint* timeout) {
     BusConnection& self = *reinterpret_cast<BusSource*>(source)->connection;
-    const int events = sd_bus_get_events(self.bus_);
+    const int events = SdBus().sd_bus_get_events(self.bus_);
     const gint64 left = self.TimeLeft();
     if (events < 0 || left <= 0) {
         return TRUE;
@@ -161,11 +167,11 @@ gboolean BusConnection::Dispatch(GSource* source, GSourceFunc /*callback*/, gpoi
 void BusConnection::Process() {
     int result = 1;
     while (result > 0) {
-        result = sd_bus_process(bus_, nullptr);
+        result = SdBus().sd_bus_process(bus_, nullptr);
     }
-    if (result < 0 || sd_bus_is_open(bus_) <= 0) {
+    if (result < 0 || SdBus().sd_bus_is_open(bus_) <= 0) {
         Lose(result < 0 ? -result : ECONNRESET);
-    } else if (sd_bus_is_ready(bus_) > 0) {
+    } else if (SdBus().sd_bus_is_ready(bus_) > 0) {
         comeback_.There();
     }
 }

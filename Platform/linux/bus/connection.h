@@ -2,10 +2,10 @@
 #define PLATFORM_LINUX_BUS_CONNECTION_H
 
 #include <glib.h>
-#include <systemd/sd-bus.h>
 
 #include <memory>
 
+#include "bus/sd_bus.h"
 #include "events/comeback.h"
 #include "events/members.h"
 

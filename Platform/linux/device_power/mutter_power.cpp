@@ -20,10 +20,10 @@ MutterPower::MutterPower(Bus& bus, std::function<void()> onChange) : bus_(bus), 
 void MutterPower::Ask() {
     bus_.Call(
         {kName, kPath, kProperties, "Get"},
-        [](sd_bus_message* call) { return sd_bus_message_append(call, "ss", kName, kProperty); },
+        [](sd_bus_message* call) { return SdBus().sd_bus_message_append(call, "ss", kName, kProperty); },
         [this](sd_bus_message* reply) {
             int mode = kOn;
-            SetOff(reply != nullptr && sd_bus_message_read(reply, "v", "i", &mode) >= 0 && mode > kOn);
+            SetOff(reply != nullptr && SdBus().sd_bus_message_read(reply, "v", "i", &mode) >= 0 && mode > kOn);
         });
 }
 
@@ -36,7 +36,7 @@ void MutterPower::SetOff(bool isOff) {
 void MutterPower::SwitchOn() {
     if (isOff_) {
         bus_.CallWithoutReply({kName, kPath, kProperties, "Set"}, [](sd_bus_message* call) {
-            return sd_bus_message_append(call, "ssv", kName, kProperty, "i", kOn);
+            return SdBus().sd_bus_message_append(call, "ssv", kName, kProperty, "i", kOn);
         });
     }
 }

@@ -38,7 +38,7 @@ void SleepNotice::OnOwner(bool isOwned) {
 
 void SleepNotice::OnPrepare(sd_bus_message* signal) {
     int isAsleep = 0;
-    if (sd_bus_message_read(signal, "b", &isAsleep) < 0) {
+    if (SdBus().sd_bus_message_read(signal, "b", &isAsleep) < 0) {
         return;
     }
     SetAsleep(isAsleep != 0);
@@ -62,7 +62,8 @@ void SleepNotice::Delay() {
     bus_.Call(
         {kName, kPath, kManager, "Inhibit"},
         [](sd_bus_message* call) {
-            return sd_bus_message_append(call, "ssss", "sleep", "quorvex", "Pads may wake the machine", "delay");
+            return SdBus().sd_bus_message_append(call, "ssss", "sleep", "quorvex", "Pads may wake the machine",
+                                                 "delay");
         },
         [this](sd_bus_message* reply) { OnInhibitor(reply); });
 }
@@ -72,7 +73,7 @@ void SleepNotice::OnInhibitor(sd_bus_message* reply) {
     if (isAsleep_ || inhibitor_ >= 0) {
         return;
     }
-    if (reply == nullptr || sd_bus_message_read(reply, "h", &lent) < 0) {
+    if (reply == nullptr || SdBus().sd_bus_message_read(reply, "h", &lent) < 0) {
         __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD",
                      "standby: logind lets us not delay sleep; its notice may come when the machine sleeps already");
         return;

@@ -41,7 +41,7 @@ void BusSaver::OnOwner(bool isOwned) {
 // itself may have it.
 void BusSaver::OnDescription(sd_bus_message* reply) {
     const char* text = nullptr;
-    if (reply != nullptr && sd_bus_message_read(reply, "s", &text) >= 0) {
+    if (reply != nullptr && SdBus().sd_bus_message_read(reply, "s", &text) >= 0) {
         lacksMethod_ = std::strstr(text, name_.c_str()) != nullptr && std::strstr(text, kMethod) == nullptr;
         observer_.onChange();
     }
@@ -49,7 +49,7 @@ void BusSaver::OnDescription(sd_bus_message* reply) {
 
 void BusSaver::OnActive(sd_bus_message* message) {
     int isOn = 0;
-    if (message != nullptr && sd_bus_message_read(message, "b", &isOn) >= 0) {
+    if (message != nullptr && SdBus().sd_bus_message_read(message, "b", &isOn) >= 0) {
         isOn_ = isOn != 0;
         observer_.onChange();
     }

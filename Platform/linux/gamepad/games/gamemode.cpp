@@ -19,7 +19,7 @@ Bus::Member Member(const char* name) {
 Bus::SignalFunction WithPid(const std::function<void(pid_t)>& handle) {
     return [&handle](sd_bus_message* signal) {
         int32_t pid = 0;
-        if (sd_bus_message_read(signal, "i", &pid) > 0) {
+        if (SdBus().sd_bus_message_read(signal, "i", &pid) > 0) {
             handle(pid);
         }
     };
@@ -59,11 +59,11 @@ void GameMode::AskForList() {
 
 void GameMode::ReadList(sd_bus_message* reply) {
     std::vector<pid_t> pids;
-    int result = reply == nullptr ? -1 : sd_bus_message_enter_container(reply, 'a', "(io)");
+    int result = reply == nullptr ? -1 : SdBus().sd_bus_message_enter_container(reply, 'a', "(io)");
     while (result > 0) {
         int32_t pid = 0;
         const char* object = nullptr;
-        result = sd_bus_message_read(reply, "(io)", &pid, &object);
+        result = SdBus().sd_bus_message_read(reply, "(io)", &pid, &object);
         if (result > 0) {
             pids.push_back(pid);
         }
