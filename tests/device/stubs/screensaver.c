@@ -1,0 +1,5 @@
+#include "platform/screensaver.h"
+
+int screensaver_reset(void) {
+    return 0;
+}
