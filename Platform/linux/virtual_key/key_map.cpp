@@ -70,12 +70,12 @@ std::string KeyMapPath() {
 }
 
 int KeyMap::Sent(int platformCode) const {
-    const std::lock_guard<std::mutex> lock(lock_);
+    const Hold lock(lock_);
     const auto found = table_.find(platformCode);
     return found == table_.end() ? platformCode : found->second;
 }
 
 void KeyMap::Replace(KeyTable table) {
-    const std::lock_guard<std::mutex> lock(lock_);
+    const Hold lock(lock_);
     table_ = std::move(table);
 }

@@ -2,9 +2,10 @@
 #pragma once
 
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "locks/locks.h"
 
 /// Platform key code to the platform key code that is sent for it.
 using KeyTable = std::map<int, int>;
@@ -24,6 +25,6 @@ public:
     void Replace(KeyTable table);
 
 private:
-    mutable std::mutex lock_;
-    KeyTable table_;
+    mutable Lock lock_;
+    KeyTable table_ GUARDED_BY(lock_);
 };

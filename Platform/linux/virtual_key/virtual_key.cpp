@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <string_view>
 
+#include "locks/locks.h"
 #include "platform/dlog.h"
 #include "virtual_key/key_map_file.h"
 #include "virtual_key/print_sink.h"
@@ -21,9 +21,9 @@ constexpr char kUinput[] = "/dev/uinput";
 
 // A plain pointer, not destroyed when the process ends: threads may still send then. The kernel takes care of a
 // device that was not finalized.
-std::mutex keyboardLock;
-VirtualKeyboard* keyboard = nullptr;
-KeyMapFile* keyMapFile = nullptr;
+Lock keyboardLock;
+VirtualKeyboard* keyboard GUARDED_BY(keyboardLock) = nullptr;
+KeyMapFile* keyMapFile GUARDED_BY(keyboardLock) = nullptr;
 
 bool ShallPrint() {
     const char* setting = std::getenv("QUORVEX_KEYS");
@@ -49,7 +49,7 @@ std::unique_ptr<KeySink> OpenUinputKeyboard(int* error) {
     return device;
 }
 
-int OpenKeyboardLocked() {
+int OpenKeyboardLocked() REQUIRES(keyboardLock) {
     int error = 0;
     auto sink = ShallPrint() ? OpenPrintSink() : OpenUinputKeyboard(&error);
     if (!sink) {
@@ -66,14 +66,14 @@ int OpenKeyboardLocked() {
 
 // A client that initializes twice has a keyboard, which is what it asks for.
 int VirtualKey_Initialize(const char*) try {
-    const std::lock_guard<std::mutex> lock(keyboardLock);
+    const Hold lock(keyboardLock);
     return keyboard == nullptr ? OpenKeyboardLocked() : 1;
 } catch (const std::exception&) {
     return -ENOMEM;
 }
 
 int VirtualKey_Send_KeyCode(int key_code, int action) try {
-    const std::lock_guard<std::mutex> lock(keyboardLock);
+    const Hold lock(keyboardLock);
     if (keyboard == nullptr) {
         __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "virtual_key: key %d is lost: not initialized", key_code);
         return -ENODEV;
@@ -85,7 +85,7 @@ int VirtualKey_Send_KeyCode(int key_code, int action) try {
 }
 
 void VirtualKey_Finalize(void) {
-    const std::lock_guard<std::mutex> lock(keyboardLock);
+    const Hold lock(keyboardLock);
     delete keyboard;
     keyboard = nullptr;
     delete keyMapFile;
