@@ -190,6 +190,12 @@ bool DirectLayout::HasHat(unsigned hat) const {
     });
 }
 
+bool DirectLayout::HasButton(int number) const {
+    return std::any_of(routes_.begin(), routes_.end(), [number](const Route& route) {
+        return route.kind == Kind::Press && route.output == number;
+    });
+}
+
 MappedLayout::MappedLayout(mapping::Translator translator, const libevdev* device)
     : translator_(std::move(translator)),
       has_home_key_(HasKey(device, KEY_HOMEPAGE) && !translator_.Uses(EV_KEY, KEY_HOMEPAGE)) {}
@@ -219,6 +225,11 @@ std::vector<AxisSpec> MappedLayout::Axes() const {
 
 bool MappedLayout::HasHat(unsigned hat) const {
     return translator_.Delivers(EV_ABS, static_cast<std::uint16_t>(hat));
+}
+
+bool MappedLayout::HasButton(int number) const {
+    const bool is_home_key = has_home_key_ && ButtonOf(KEY_HOMEPAGE) == number;
+    return is_home_key || translator_.Delivers(EV_KEY, static_cast<std::uint16_t>(number));
 }
 
 ChosenLayout ChooseLayout(const libevdev* device, mapping::Database& database) {

@@ -30,6 +30,9 @@ public:
 
     /// Whether the directional pad moves this hat axis.
     virtual bool HasHat(unsigned hat) const = 0;
+
+    /// Whether Translate can deliver this button (a number of button_table.h).
+    virtual bool HasButton(int number) const = 0;
 };
 
 /// A pad whose keys and axes are taken over one by one.
@@ -41,6 +44,7 @@ public:
     mapping::Outputs Translate(unsigned type, unsigned code, int value) override;
     std::vector<AxisSpec> Axes() const override;
     bool HasHat(unsigned hat) const override;
+    bool HasButton(int number) const override;
 
 private:
     enum class Kind { Press, Direction, Hat, Position };
@@ -74,6 +78,7 @@ public:
     mapping::Outputs Translate(unsigned type, unsigned code, int value) override;
     std::vector<AxisSpec> Axes() const override;
     bool HasHat(unsigned hat) const override;
+    bool HasButton(int number) const override;
 
 private:
     mapping::Translator translator_;

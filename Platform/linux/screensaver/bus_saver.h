@@ -11,6 +11,7 @@ class BusSaver : public Saver {
 public:
     /// The bus must outlive this object, and must not deliver anything after it.
     BusSaver(Bus& bus, const std::string& name, Observer observer);
+    std::string Name() const override { return name_; }
     bool IsOn() const override { return isOn_; }
     bool CanBeReset() const override { return bus_.IsOwned(name_) && !lacksMethod_; }
     void Reset() override;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 /// Threads  the events thread's, like the observer's functions.
 class Saver {
@@ -17,6 +18,8 @@ public:
     Saver(const Saver&) = delete;
     Saver& operator=(const Saver&) = delete;
 
+    /// What people know it by.
+    virtual std::string Name() const = 0;
     /// Whether it covers the screen right now.
     virtual bool IsOn() const = 0;
     /// Whether Reset reaches something, as far as is known.

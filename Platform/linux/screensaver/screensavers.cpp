@@ -50,6 +50,16 @@ bool Screensavers::IsHelpless() const {
            std::none_of(savers_.begin(), savers_.end(), [](const auto& saver) { return saver->CanBeReset(); });
 }
 
+std::vector<std::string> Screensavers::Reached() const {
+    std::vector<std::string> names;
+    for (const auto& saver : savers_) {
+        if (saver->CanBeReset()) {
+            names.push_back(saver->Name());
+        }
+    }
+    return names;
+}
+
 void Screensavers::OnFound(Saver& saver) {
     if (g_get_monotonic_time() < askedUntil_) {
         saver.Reset();

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "bus/bus.h"
@@ -30,10 +31,14 @@ public:
     void Reset();
     void ResetAndLinger();
 
+    /// The names of those that a reset reaches, as far as is known.
+    std::vector<std::string> Reached() const;
+    /// Whether a compositor runs and nothing can be reset.
+    bool IsHelpless() const;
+
 private:
     void Update();
     void OnFound(Saver& saver);
-    bool IsHelpless() const;
     void StopTimer();
     static gboolean OnTime(gpointer self);
 

@@ -10,6 +10,7 @@
 class WaylandSaver : public Saver {
 public:
     WaylandSaver(GMainContext* context, Observer observer);
+    std::string Name() const override { return "the Wayland compositor"; }
     bool IsOn() const override { return false; }
     bool CanBeReset() const override { return display_.IsUp() && seatName_ != 0 && managerName_ != 0; }
     void Reset() override;

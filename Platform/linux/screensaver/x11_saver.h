@@ -10,6 +10,7 @@
 class X11Saver : public Saver {
 public:
     X11Saver(GMainContext* context, Observer observer);
+    std::string Name() const override { return "the X server"; }
     bool IsOn() const override { return isServerBlanked_ || isProgramBlanked_; }
     bool CanBeReset() const override { return display_.IsUp(); }
     void Reset() override;

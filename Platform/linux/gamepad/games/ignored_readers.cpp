@@ -56,8 +56,8 @@ const std::vector<std::string>& AlwaysIgnored() {
             "antimicrox", "input-remapper-service", "joystickwake", "openrgb", "qjoypad", "scc-daemon", "xboxdrv",
             // tools that show what a pad sends
             "evemu-record", "evtest", "jstest", "jstest-gtk", "libinput", "libinput-debug-events", "udevadm",
-            // another one of these
-            "quorvex"};
+            // another one of these, and what looks at it
+            "quorvex", "quorvex-doctor"};
         std::sort(names.begin(), names.end());
         return names;
     }();
