@@ -18,37 +18,72 @@ namespace {
 constexpr std::chrono::seconds kDeadline{20};
 constexpr std::chrono::milliseconds kBetweenQuestions{20};
 
-[[noreturn]] void Become(const std::vector<std::string>& command, const Program::Setting& setting) {
-    setpgid(0, 0);
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const int output =
-        open(setting.output.empty() ? "/dev/null" : setting.output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-    dup2(output, STDOUT_FILENO);
-    dup2(output, STDERR_FILENO);
-    if (setting.isOrdinaryUser && getuid() == 0 && (setgid(kOrdinaryUser) != 0 || setuid(kOrdinaryUser) != 0)) {
-        _exit(126);
-    }
-    for (const auto& variable : setting.environment) {
-        if (variable.second.empty()) {
-            unsetenv(variable.first.c_str());
-        } else {
-            setenv(variable.first.c_str(), variable.second.c_str(), 1);
+/// What a program is started with, made before the fork: a child of a process with threads may not allocate.
+class Command {
+public:
+    Command(const std::vector<std::string>& command, const Program::Setting& setting)
+        : words_(command), variables_(OwnEnvironmentWith(setting.environment)), setting_(setting) {
+        if (setting_.output.empty()) {
+            setting_.output = "/dev/null";
         }
+        arguments_ = PointersTo(words_);
+        environment_ = PointersTo(variables_);
     }
-    std::vector<char*> arguments;
-    for (const std::string& argument : command) {
-        arguments.push_back(const_cast<char*>(argument.c_str()));
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+
+    [[noreturn]] void Become() const {
+        setpgid(0, 0);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        const int output = open(setting_.output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+        dup2(output, STDOUT_FILENO);
+        dup2(output, STDERR_FILENO);
+        if (setting_.isOrdinaryUser && getuid() == 0 && (setgid(kOrdinaryUser) != 0 || setuid(kOrdinaryUser) != 0)) {
+            _exit(126);
+        }
+        execvpe(arguments_[0], arguments_.data(), environment_.data());
+        _exit(127);
     }
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
-    _exit(127);
-}
+
+private:
+    static std::vector<std::string> OwnEnvironmentWith(const std::map<std::string, std::string>& changes) {
+        std::vector<std::string> variables;
+        for (char** own = environ; *own != nullptr; ++own) {
+            const std::string variable = *own;
+            if (changes.count(variable.substr(0, variable.find('='))) == 0) {
+                variables.push_back(variable);
+            }
+        }
+        for (const auto& [name, value] : changes) {
+            if (!value.empty()) {
+                variables.push_back(name + "=" + value);
+            }
+        }
+        return variables;
+    }
+    static std::vector<char*> PointersTo(std::vector<std::string>& texts) {
+        std::vector<char*> pointers;
+        for (std::string& text : texts) {
+            pointers.push_back(text.data());
+        }
+        pointers.push_back(nullptr);
+        return pointers;
+    }
+
+    std::vector<std::string> words_;
+    std::vector<std::string> variables_;
+    Program::Setting setting_;
+    std::vector<char*> arguments_;
+    std::vector<char*> environment_;
+};
 
 }  // namespace
 
-Program::Program(const std::vector<std::string>& command, const Setting& setting) : pid_(fork()) {
+Program::Program(const std::vector<std::string>& command, const Setting& setting) {
+    const Command prepared(command, setting);
+    pid_ = fork();
     if (pid_ == 0) {
-        Become(command, setting);
+        prepared.Become();
     }
     if (pid_ < 0) {
         throw std::runtime_error("no process for " + command[0]);
