@@ -1,36 +1,12 @@
 // More events than the service looks at in time.
 #include <signal.h>
-#include <time.h>
 
-#include <cmath>
-
+#include "floods.h"
 #include "remote_test.h"
 
 namespace {
 
 using Flood = RemoteTest;
-
-// Both sticks in circles of the given radius, a frame each millisecond, as a fast wireless pad sends them.
-void CircleSticks(UinputPad& pad, std::chrono::seconds duration, double radius) {
-    auto next = Clock::now();
-    const auto end = next + duration;
-    for (int frame = 0; next < end; ++frame) {
-        const double angle = frame / 20.0;
-        const int across = static_cast<int>(radius * std::cos(angle));
-        const int along = static_cast<int>(radius * std::sin(angle));
-        pad.Send({{EV_ABS, ABS_X, across}, {EV_ABS, ABS_Y, along}, {EV_ABS, ABS_RX, along}, {EV_ABS, ABS_RY, across}});
-        std::this_thread::sleep_until(next += milliseconds(1));
-    }
-}
-
-void PutSticks(UinputPad& pad, int position) {
-    pad.Send(
-        {{EV_ABS, ABS_X, position}, {EV_ABS, ABS_Y, position}, {EV_ABS, ABS_RX, position}, {EV_ABS, ABS_RY, position}});
-}
-
-void CentreSticks(UinputPad& pad) {
-    PutSticks(pad, 0);
-}
 
 TEST_F(Flood, AButtonAfterTenSecondsOfItIsDeliveredInTheNextPasses) {
     const auto pad = PlugIn();
@@ -72,17 +48,8 @@ TEST_F(Flood, SticksPushedAllAroundEndReleased) {
 
 class Overrun : public RemoteTest {
 protected:
-    // More frames than the kernel keeps for a reader that does not read.
-    static constexpr int kFrames = 5000;
-
     void Stall() { service_->Signal(SIGSTOP); }
     void Resume() { service_->Signal(SIGCONT); }
-
-    static void Overflow(UinputPad& pad) {
-        for (int frame = 0; frame < kFrames; ++frame) {
-            pad.Send({{EV_ABS, ABS_RX, frame % 9000}, {EV_ABS, ABS_RY, -(frame % 9000)}});
-        }
-    }
 };
 
 TEST_F(Overrun, AButtonReleasedMeanwhileIsReleased) {

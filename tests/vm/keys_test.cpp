@@ -1,86 +1,36 @@
 // What each part of a pad becomes.
+#include "controls.h"
 #include "remote_test.h"
 
 namespace {
 
-constexpr int kRemoteStick = 563;     // of the platform's keys without a name in the kernel
-constexpr int kRemotePlaydeck = 564;  // likewise
-
-struct Row {
-    const char* name;
-    PadLayout (*layout)();
-    Change press;
-    Change release;
-    int key;
-};
-
-std::ostream& operator<<(std::ostream& out, const Row& row) {
-    return out << row.name;
-}
-
-std::string NameOf(const testing::TestParamInfo<Row>& info) {
+std::string NameOf(const testing::TestParamInfo<Control>& info) {
     return info.param.name;
 }
 
-Row Button(const char* name, int button, int key, PadLayout (*layout)() = CommonPad) {
-    return {name, layout, {EV_KEY, button, 1}, {EV_KEY, button, 0}, key};
-}
-
-Row Push(const char* name, int axis, int value, int key, PadLayout (*layout)() = CommonPad) {
-    return {name, layout, {EV_ABS, axis, value}, {EV_ABS, axis, layout().AxisOf(axis).Centre()}, key};
-}
-
-class EachControl : public RemoteTest, public testing::WithParamInterface<Row> {};
+class EachControl : public RemoteTest, public testing::WithParamInterface<Control> {};
 
 TEST_P(EachControl, HoldsItsKeyWhileItIsHeld) {
-    const Row& row = GetParam();
-    const auto pad = PlugIn(row.layout());
+    const Control& control = GetParam();
+    const auto pad = PlugIn(control.layout());
     for (int time = 0; time < 2; ++time) {
-        pad->Send({row.press});
-        ExpectKeys(Pressed(row.key));
-        EXPECT_THAT(keys_->HeldKeys(), ElementsAre(row.key));
-        pad->Send({row.release});
-        ExpectKeys(Released(row.key));
+        pad->Send({control.press});
+        ExpectKeys(Pressed(control.key));
+        EXPECT_THAT(keys_->HeldKeys(), ElementsAre(control.key));
+        pad->Send({control.release});
+        ExpectKeys(Released(control.key));
         EXPECT_THAT(keys_->HeldKeys(), IsEmpty());
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    OfACommonPad, EachControl,
-    testing::Values(Button("South", BTN_SOUTH, KEY_ENTER), Button("East", BTN_EAST, KEY_ESC),
-                    Button("West", BTN_WEST, KEY_CALC), Button("LeftStickClick", BTN_THUMBL, kRemoteStick),
-                    Push("LeftStickRight", ABS_X, 32767, KEY_RIGHT), Push("LeftStickLeft", ABS_X, -32768, KEY_LEFT),
-                    Push("LeftStickDown", ABS_Y, 32767, KEY_DOWN), Push("LeftStickUp", ABS_Y, -32768, KEY_UP),
-                    Push("RightStickRight", ABS_RX, 32767, KEY_F12), Push("RightStickLeft", ABS_RX, -32768, KEY_F11),
-                    Push("RightStickDown", ABS_RY, 32767, KEY_F9), Push("RightStickUp", ABS_RY, -32768, KEY_F10),
-                    Push("HatLeft", ABS_HAT0X, -1, KEY_LEFT), Push("HatRight", ABS_HAT0X, 1, KEY_RIGHT),
-                    Push("HatUp", ABS_HAT0Y, -1, KEY_UP), Push("HatDown", ABS_HAT0Y, 1, KEY_DOWN)),
-    NameOf);
-
-INSTANTIATE_TEST_SUITE_P(OfAPadWithDirectionButtons, EachControl,
-                         testing::Values(Button("Up", BTN_DPAD_UP, KEY_UP, PadWithDirectionButtons),
-                                         Button("Down", BTN_DPAD_DOWN, KEY_DOWN, PadWithDirectionButtons),
-                                         Button("Left", BTN_DPAD_LEFT, KEY_LEFT, PadWithDirectionButtons),
-                                         Button("Right", BTN_DPAD_RIGHT, KEY_RIGHT, PadWithDirectionButtons)),
+using testing::ValuesIn;
+INSTANTIATE_TEST_SUITE_P(OfACommonPad, EachControl, ValuesIn(ControlsOfACommonPad()), NameOf);
+INSTANTIATE_TEST_SUITE_P(OfAPadWithDirectionButtons, EachControl, ValuesIn(ControlsOfAPadWithDirectionButtons()),
                          NameOf);
+INSTANTIATE_TEST_SUITE_P(OfAPadWithAHomePageKey, EachControl, ValuesIn(ControlsOfAPadWithAHomePageKey()), NameOf);
+INSTANTIATE_TEST_SUITE_P(OfAnOldUsbPad, EachControl, ValuesIn(ControlsOfAnOldUsbPad()), NameOf);
 
-INSTANTIATE_TEST_SUITE_P(OfAPadWithAHomePageKey, EachControl,
-                         testing::Values(Button("HomePage", KEY_HOMEPAGE, KEY_F5, PadWithHomePageKey)), NameOf);
-
-// The face buttons of this pad count from the left one, clockwise from below.
-INSTANTIATE_TEST_SUITE_P(OfAnOldUsbPad, EachControl,
-                         testing::Values(Button("South", BTN_THUMB, KEY_ENTER, OldUsbPad),
-                                         Button("East", BTN_THUMB2, KEY_ESC, OldUsbPad),
-                                         Button("West", BTN_TRIGGER, KEY_CALC, OldUsbPad),
-                                         Button("LeftStickClick", BTN_BASE5, kRemoteStick, OldUsbPad),
-                                         Push("LeftStickRight", ABS_X, 255, KEY_RIGHT, OldUsbPad),
-                                         Push("LeftStickUp", ABS_Y, 0, KEY_UP, OldUsbPad),
-                                         Push("RightStickLeft", ABS_Z, 0, KEY_F11, OldUsbPad),
-                                         Push("RightStickDown", ABS_RZ, 255, KEY_F9, OldUsbPad),
-                                         Push("HatLeft", ABS_HAT0X, -1, KEY_LEFT, OldUsbPad)),
-                         NameOf);
-
-class SilentControl : public RemoteTest, public testing::WithParamInterface<Row> {};
+class SilentControl : public RemoteTest, public testing::WithParamInterface<Control> {};
 
 TEST_P(SilentControl, SendsNothing) {
     const auto pad = PlugIn();
