@@ -74,16 +74,19 @@ std::unique_ptr<UinputPad> RemoteTest::PlugIn(const PadLayout& layout) {
     return pad;
 }
 
-void RemoteTest::WaitUntilServed(UinputPad& pad) {
+void RemoteTest::WaitUntilServed(UinputPad& pad, const std::string& mode) {
     const size_t before = service_->Now();
+    size_t place = before;
     const Axis stick = pad.Layout().AxisOf(ABS_X);
     int nudge = (stick.maximum - stick.Centre()) / kNudgeDivisor;
     const bool served = Until([&] {
         pad.Move(ABS_X, stick.Centre() + nudge);
         nudge = -nudge;
-        return service_->Prints(kStickEvent, before, milliseconds(100));
+        const auto event = service_->Find(kStickEvent, place, milliseconds(100));
+        place = event ? *event + 1 : place;
+        return event && service_->Line(kStickEvent, *event).find(mode) != std::string::npos;
     });
-    ASSERT_TRUE(served) << pad.Layout().name << " is not read\n" << service_->Tail();
+    ASSERT_TRUE(served) << pad.Layout().name << " is not read" << mode << '\n' << service_->Tail();
     // The last of the nudges, so that none is left to be taken for another pad's.
     pad.Move(ABS_X, stick.Centre());
     ASSERT_TRUE(service_->Prints(kStickRests, before)) << service_->Tail();

@@ -36,8 +36,11 @@ protected:
 
     /// A pad that the service already reads.
     std::unique_ptr<UinputPad> PlugIn(const PadLayout& layout = CommonPad());
-    /// Moves the left stick a little, which no key answers, until the service has read it.
-    void WaitUntilServed(UinputPad& pad);
+    /// Moves the left stick a little, which no key answers, until the service has read it; in the given mode, which is
+    /// one of the two below.
+    void WaitUntilServed(UinputPad& pad, const std::string& mode = {});
+    static constexpr const char* kMenuMode = ", [MenuMode]";
+    static constexpr const char* kGameMode = ", [NOT MenuMode]";
     bool Reads(const std::string& node) const;
 
     void ExpectKeys(const std::vector<Key>& expected);

@@ -16,6 +16,7 @@ public:
 
     void Start();
     void Kill();
+    bool Runs() const { return daemon_ > 0; }
 
 private:
     const std::string variable_;

@@ -3,89 +3,23 @@
 
 #include <algorithm>
 #include <atomic>
-#include <fstream>
-#include <iostream>
 
-#include "../remote_test.h"
-#include "session.h"
-
-namespace fs = std::filesystem;
+#include "living_room.h"
 
 namespace {
 
-constexpr const char* kMenuMode = ", [MenuMode]";
-constexpr const char* kGameMode = ", [NOT MenuMode]";
-// A pass is a pause of 50 ms and what it has to do.
-constexpr milliseconds kPass{100};
-// Twice the longest time until the service tells of a pad's use.
-constexpr std::chrono::seconds kActivityCycle{60};
 constexpr std::chrono::seconds kUntilTheScreensaver{5 * Session::kIdleSeconds};
 constexpr milliseconds kBetweenPresses{20};
-constexpr milliseconds kHandHolds{300};
 
-// The pad's right shoulder opens an application that is there, its upper face button one that nobody knows.
-constexpr char kBindings[] = R"({"global_config": [{"key_code": 5, "runtitle": "Star Quest", "virtual_key": 75},)"
-                             R"( {"key_code": 3, "runtitle": "Unheard Of", "virtual_key": 76}]})";
-constexpr char kApplication[] = "[Desktop Entry]\nType=Application\nName=Star Quest\nExec=sh\n";
-
-PadLayout Keyboard() {
-    return {"Keyboard of a person", BUS_USB, 0x1234, 0x0001, 0x0110, {KEY_LEFTALT, KEY_TAB}, {}};
-}
-
-class LivingRoom : public RemoteTest {
+class Evening : public LivingRoom {
 protected:
-    LivingRoom() : keyboard_(Keyboard()), session_(runtime_) {}
-
     void SetUp() override {
-        Write(runtime_ / "config/quorvex/accessory/app_config.json", kBindings);
-        Write(runtime_ / "data/applications/star-quest.desktop", kApplication);
-        Write(Setting("db/menu/homeview/homedatacontrol/defaultdisclaimeragree"), "1\n");
-        session_.StartBus();
-        menu_ = std::make_unique<Window>("Menu");
-        Start();
+        LivingRoom::SetUp();
         pad_ = PlugIn();
-        ASSERT_TRUE(session_.WaitUntilRead(keys_->Node()));
         Say("the evening begins");
     }
 
-    ServiceOptions Options() const override {
-        ServiceOptions options;
-        options.environment = SessionEnvironment();
-        options.environment.emplace_back("QUORVEX_LOG=info");
-        return options;
-    }
-
-    static void Write(const fs::path& file, const std::string& text) {
-        fs::create_directories(file.parent_path());
-        std::ofstream(file) << text;
-    }
-
-    fs::path Setting(const std::string& key) const {
-        return runtime_ / (key.rfind("memory/", 0) == 0 ? "quorvex" : "state/quorvex") / key;
-    }
-
-    /// A line with the time, which shows how far an evening has come.
-    void Say(const std::string& what) const {
-        const std::chrono::duration<double> time = Clock::now().time_since_epoch();
-        std::cout << "   " << time.count() << " s  " << what << std::endl;
-    }
-
-    /// Moves the stick a little until the service says that it has read this in the given mode.
-    void ExpectMode(const char* mode) {
-        const Axis stick = pad_->Layout().AxisOf(ABS_X);
-        int nudge = stick.maximum / 5;
-        const size_t before = service_->Now();
-        const bool reached = Until([&] {
-            const size_t now = service_->Now();
-            pad_->Move(ABS_X, nudge);
-            nudge = -nudge;
-            const auto event = service_->Find(",3,0,", now, milliseconds(200));
-            return event && service_->Line(",3,0,", *event).find(mode) != std::string::npos;
-        });
-        ASSERT_TRUE(reached) << mode << '\n' << service_->Tail();
-        pad_->Move(ABS_X, stick.Centre());
-        ASSERT_TRUE(service_->Prints(",3,0,0]", before)) << service_->Tail();
-    }
+    void ExpectMode(const char* mode) { WaitUntilServed(*pad_, mode); }
 
     /// What the pad does becomes this key, and the window gets it.
     void ExpectKey(int key, Window& window, const Change& press, const Change& release) {
@@ -111,15 +45,6 @@ protected:
         EXPECT_THAT(keys_->Read(1, milliseconds(0)), IsEmpty());
     }
 
-    // The window manager would not notice that a key goes up before it has begun to look.
-    void SwitchWindows() {
-        keyboard_.Press(KEY_LEFTALT);
-        keyboard_.Press(KEY_TAB);
-        std::this_thread::sleep_for(kHandHolds);
-        keyboard_.Release(KEY_TAB);
-        keyboard_.Release(KEY_LEFTALT);
-    }
-
     // The button is none of the remote's: no key ends the screensaver in its stead.
     void ExpectScreensaverThatAButtonEnds() {
         const auto on = service_->Find("screensaver is ON", screensaverPlace_, kUntilTheScreensaver);
@@ -129,13 +54,6 @@ protected:
         ASSERT_TRUE(off) << service_->Tail();
         screensaverPlace_ = *off;
         pad_->Release(BTN_TL);
-    }
-
-    int Activity() const {
-        std::string type;
-        int count = -1;
-        std::ifstream(Setting("memory/accessory/gamepad_active")) >> type >> count;
-        return count;
     }
 
 public:
@@ -152,15 +70,12 @@ public:
     void StandBy();
 
 private:
-    UinputPad keyboard_;
-    Session session_;
-    std::unique_ptr<Window> menu_;
     std::unique_ptr<Window> game_;
     size_t screensaverPlace_ = 0;  ///< of what is known of it in the service's output
     std::unique_ptr<UinputPad> pad_;
 };
 
-void LivingRoom::DriveTheMenu() {
+void Evening::DriveTheMenu() {
     ExpectKey(KEY_RIGHT, *menu_, {EV_ABS, ABS_HAT0X, 1}, {EV_ABS, ABS_HAT0X, 0});
     ExpectKey(KEY_DOWN, *menu_, {EV_ABS, ABS_Y, 32767}, {EV_ABS, ABS_Y, 0});
     ExpectButton(BTN_SOUTH, KEY_ENTER, *menu_);
@@ -168,7 +83,7 @@ void LivingRoom::DriveTheMenu() {
 }
 
 // Somebody cannot wait and keeps pressing while the game comes up.
-void LivingRoom::StartTheGame() {
+void Evening::StartTheGame() {
     std::atomic<bool> isUp{false};
     std::thread hands([&] {
         for (int side = 1; !isUp || side != 1; side = 1 - side) {
@@ -195,7 +110,7 @@ void LivingRoom::StartTheGame() {
 }
 
 // For twice as long as the screensaver would wait.
-void LivingRoom::PlayForMinutes() {
+void Evening::PlayForMinutes() {
     const int activity = Activity();
     for (int i = 0; i < 8; ++i) {
         ExpectGameHasThePad(*game_);
@@ -205,7 +120,7 @@ void LivingRoom::PlayForMinutes() {
     EXPECT_EQ(service_->Count("screensaver is ON"), 0U);
 }
 
-void LivingRoom::WriteOnTheScreen() {
+void Evening::WriteOnTheScreen() {
     session_.ShowKeyboard(true);
     ExpectMode(kMenuMode);
     ExpectKey(KEY_LEFT, *game_, {EV_ABS, ABS_HAT0X, -1}, {EV_ABS, ABS_HAT0X, 0});
@@ -214,7 +129,7 @@ void LivingRoom::WriteOnTheScreen() {
     ExpectGameHasThePad(*game_);
 }
 
-void LivingRoom::LookAtTheDesktop() {
+void Evening::LookAtTheDesktop() {
     SwitchWindows();
     ASSERT_TRUE(menu_->WaitForFocus());
     ExpectMode(kMenuMode);
@@ -226,7 +141,7 @@ void LivingRoom::LookAtTheDesktop() {
 }
 
 // GameMode has forgotten the game then; it is one all the same, since it reads the pad.
-void LivingRoom::RestartTheBus() {
+void Evening::RestartTheBus() {
     const size_t before = service_->Now();
     session_.KillBus();
     EXPECT_TRUE(service_->Prints("session bus: not there", before)) << service_->Tail();
@@ -237,7 +152,7 @@ void LivingRoom::RestartTheBus() {
     WriteOnTheScreen();
 }
 
-void LivingRoom::KillTheGame() {
+void Evening::KillTheGame() {
     game_->Process().Signal(SIGKILL);
     const auto killed = Clock::now();
     ExpectMode(kMenuMode);
@@ -248,7 +163,7 @@ void LivingRoom::KillTheGame() {
 }
 
 // Of this one only GameMode knows.
-void LivingRoom::PlayWhatReadsNoPad() {
+void Evening::PlayWhatReadsNoPad() {
     Window game("Chess", {}, {"/usr/games/gamemoderun"});
     ExpectMode(kGameMode);
     const size_t before = service_->Now();
@@ -262,7 +177,7 @@ void LivingRoom::PlayWhatReadsNoPad() {
     DriveTheMenu();
 }
 
-void LivingRoom::OpenAnApplication() {
+void Evening::OpenAnApplication() {
     pad_->Press(BTN_TR);
     ExpectKeys(PressedAndReleased(KEY_F9));
     EXPECT_EQ(menu_->Keys(2), PressedAndReleased(KEY_F9));
@@ -274,7 +189,7 @@ void LivingRoom::OpenAnApplication() {
     DriveTheMenu();
 }
 
-void LivingRoom::LeaveTheRoom() {
+void Evening::LeaveTheRoom() {
     ExpectScreensaverThatAButtonEnds();
     DriveTheMenu();
     Session::ShowScreensaver();
@@ -282,7 +197,7 @@ void LivingRoom::LeaveTheRoom() {
     DriveTheMenu();
 }
 
-void LivingRoom::StandBy() {
+void Evening::StandBy() {
     Session::SwitchDisplayOff();
     const size_t off = service_->Now();
     pad_->Press(BTN_TL);
@@ -301,19 +216,19 @@ void LivingRoom::StandBy() {
     DriveTheMenu();
 }
 
-TEST_F(LivingRoom, HasAnEveningByItsScript) {
-    const std::vector<std::pair<const char*, void (LivingRoom::*)()>> script{
-        {"the menu is driven by the pad", &LivingRoom::DriveTheMenu},
-        {"a game starts", &LivingRoom::StartTheGame},
-        {"the game is played", &LivingRoom::PlayForMinutes},
-        {"the on-screen keyboard comes and goes", &LivingRoom::WriteOnTheScreen},
-        {"the desktop is looked at", &LivingRoom::LookAtTheDesktop},
-        {"the bus is restarted", &LivingRoom::RestartTheBus},
-        {"the game is killed", &LivingRoom::KillTheGame},
-        {"a game is played that reads no pad", &LivingRoom::PlayWhatReadsNoPad},
-        {"an application is opened", &LivingRoom::OpenAnApplication},
-        {"somebody leaves the room", &LivingRoom::LeaveTheRoom},
-        {"the display is off", &LivingRoom::StandBy},
+TEST_F(Evening, GoesByItsScript) {
+    const std::vector<std::pair<const char*, void (Evening::*)()>> script{
+        {"the menu is driven by the pad", &Evening::DriveTheMenu},
+        {"a game starts", &Evening::StartTheGame},
+        {"the game is played", &Evening::PlayForMinutes},
+        {"the on-screen keyboard comes and goes", &Evening::WriteOnTheScreen},
+        {"the desktop is looked at", &Evening::LookAtTheDesktop},
+        {"the bus is restarted", &Evening::RestartTheBus},
+        {"the game is killed", &Evening::KillTheGame},
+        {"a game is played that reads no pad", &Evening::PlayWhatReadsNoPad},
+        {"an application is opened", &Evening::OpenAnApplication},
+        {"somebody leaves the room", &Evening::LeaveTheRoom},
+        {"the display is off", &Evening::StandBy},
     };
     for (const auto& [what, scene] : script) {
         SCOPED_TRACE(what);

@@ -136,25 +136,46 @@ bool Window::WaitForFocus() {
     return time.has_value();
 }
 
-Session::Session(const fs::path& home) {
+Session::Session(const fs::path& home) : home_(home) {
     SetEnvironment(home);
     Write("/etc/machine-id", "0123456789abcdef0123456789abcdef\n");
     Write(home / "config/glib-2.0/settings/keyfile", kDesktopSettings);
     Write(home / "config/gamemode.ini", kGameModeSettings);
-    const std::string settings = Write(home / "xorg.conf", kServerSettings);
     fs::create_directories("/tmp/.X11-unix");
     fs::create_directories("/var/lib/xkb");
+    StartDisplay();
+}
+
+void Session::StartDisplay() {
+    const std::string settings = Write(home_ / "xorg.conf", kServerSettings);
+    const fs::path managed = home_ / "managed";
+    fs::remove(managed);
     // Its own 3D would load a compiler, for nobody.
     server_ = StartInSession({"/usr/lib/xorg/Xorg", ":0", "vt1", "-noreset", "-ac", "-nolisten", "tcp", "-extension",
-                              "GLX", "-config", settings, "-logfile", home / "xorg.log"});
+                              "GLX", "-config", settings, "-logfile", home_ / "xorg.log"});
     EXPECT_TRUE(Until([] { return IsDisplayOn(); })) << server_->Tail();
     windowManager_ = std::make_unique<Program>(
-        std::vector<std::string>{"openbox", "--sm-disable", "--startup", "touch " + (home / "managed").string()});
-    EXPECT_TRUE(Until([&] { return fs::exists(home / "managed"); }));
+        std::vector<std::string>{"openbox", "--sm-disable", "--startup", "touch " + managed.string()});
+    EXPECT_TRUE(Until([&] { return fs::exists(managed); }));
+    if (bus_.Runs()) {
+        StartPrograms();
+    }
+}
+
+void Session::KillDisplay(int signal) {
+    server_->Signal(signal);
+    EXPECT_TRUE(server_->ExitStatus());
+    server_.reset();
+    windowManager_.reset();
+    onBus_.clear();
 }
 
 void Session::StartBus() {
     bus_.Start();
+    StartPrograms();
+}
+
+void Session::StartPrograms() {
     const std::vector<std::pair<std::string, std::vector<std::string>>> programs{
         {"org.mate.ScreenSaver", {"mate-screensaver", "--no-daemon"}}, {"org.onboard.Onboard", {"onboard"}}};
     for (const auto& [name, command] : programs) {

@@ -42,7 +42,8 @@ private:
 
 /// A desktop as in a living room, on the graphics card and the input devices of the machine: an X server, a window
 /// manager, and on a bus of their own a screensaver, an on-screen keyboard and GameMode, which is started when a game
-/// asks for it. The X server's own screensaver comes when nobody has used the machine for kIdleSeconds.
+/// asks for it. The X server's own screensaver comes when nobody has used the machine for kIdleSeconds. The
+/// display is there from the beginning, the bus when it was started.
 ///
 /// Sets the environment of the test, once for the process. Errors: failed expectations.
 class Session {
@@ -51,9 +52,12 @@ public:
 
     explicit Session(const std::filesystem::path& home);
 
-    /// With all that lives on it.
+    /// With all that lives on it, and on the display.
     void StartBus();
     void KillBus();
+    /// By a signal; whatever has a window on it ends with it.
+    void KillDisplay(int signal);
+    void StartDisplay();
 
     /// The X server's answer to whether the display is on.
     static bool IsDisplayOn();
@@ -65,6 +69,9 @@ public:
     bool WaitUntilRead(const std::string& node) const;
 
 private:
+    void StartPrograms();
+
+    const std::filesystem::path home_;
     std::unique_ptr<Service> server_;
     std::unique_ptr<Program> windowManager_;
     PrivateBus bus_;
