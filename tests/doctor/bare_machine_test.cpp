@@ -130,7 +130,7 @@ TEST_F(OnABareMachine, AStandardPadIsDescribed) {
                                                 {"X", 148},
                                                 {"Start", 74},
                                                 {"Home", 71},
-                                                {"left stick pressed", 571},
+                                                {"left stick button", 571},
                                                 {"left stick left", 113},
                                                 {"left stick right", 114},
                                                 {"left stick up", 111},

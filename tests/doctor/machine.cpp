@@ -106,7 +106,7 @@ void Machine::StartService(const std::string& variables) {
     const std::string log = folder_.Path("service.log");
     Before("env QUORVEX_KEYS=print QUORVEX_LOG=info " + variables + " " + folder_.Path("bin/quorvex") + " >" + log +
            " 2>&1 &");
-    Before("tries=0; until grep -q 'Loop to handle' " + log + "; do sleep 0.05; tries=$((tries + 1)); " +
+    Before("tries=0; until grep -qs 'Loop to handle' " + log + "; do sleep 0.05; tries=$((tries + 1)); " +
            "[ $tries -lt 400 ] || { cat " + log + "; exit 70; }; done");
 }
 
@@ -119,7 +119,7 @@ std::string Machine::Script(const std::string& words) const {
     if (is_ordinary_user_) {
         text += "setpriv --reuid 65534 --regid 65534 --clear-groups ";
     }
-    return text + folder_.Path("bin/quorvex-doctor") + " " + words + "\n";
+    return text + folder_.Path("bin/quorvex-doctor") + " " + words + "\necho status $?\n";
 }
 
 Said Machine::Run(const std::string& words) {
@@ -135,7 +135,12 @@ Said Machine::Run(const std::string& words) {
     for (std::size_t length = 0; (length = fread(part.data(), 1, part.size(), pipe)) > 0;) {
         said.output.append(part.data(), length);
     }
-    said.status = WEXITSTATUS(pclose(pipe));
+    pclose(pipe);
+    const size_t at = said.output.rfind("status ");
+    if (at != std::string::npos) {
+        said.status = std::stoi(said.output.substr(at + sizeof "status"));
+        said.output.resize(at);
+    }
     return said;
 }
 

@@ -49,14 +49,14 @@ protected:
     /// The finding, which has this mark; its remedy holds these words, or there is none where they are empty.
     void ExpectFinding(const Said& said, const std::string& section, const std::string& words, const std::string& mark,
                        const std::string& remedy = "") const;
+    /// What a shell runs: the commands of Before, then the program; afterwards "status N".
+    std::string Script(const std::string& words) const;
 
     Environment environment_;
     TemporaryFolder folder_;
     PadTestbed pads_;
 
 private:
-    std::string Script(const std::string& words) const;
-
     std::string before_;
     bool is_ordinary_user_ = false;
 };

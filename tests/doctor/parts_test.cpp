@@ -1,6 +1,7 @@
 // Looks at what a test can make only in files: readers of nodes, the journal, other uinput nodes.
 
 #include <gmock/gmock.h>
+#include <linux/input.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +14,7 @@
 #include "look/looks.h"
 #include "program.h"
 #include "report.h"
+#include "watch/outcome.h"
 
 namespace {
 
@@ -108,6 +110,15 @@ TEST_F(ALook, AJournalWithoutErrorsTellsNothing) {
     for (const doctor::Finding& finding : doctor::LookAtService(folder_.Path("journal")).findings) {
         EXPECT_THAT(finding.text, testing::Not(HasSubstr("last errors")));
     }
+}
+
+TEST(AnOutcome, TellsThatHomeIsTimedForFourPadsOnly) {
+    doctor::Handled home;
+    home.device = 4;
+    home.input = {EV_KEY, 14, 1};
+    home.words = {"[HomeKey]invalid device id:[4]"};
+    EXPECT_EQ(doctor::EventText(home), "Home pressed");
+    EXPECT_EQ(doctor::OutcomeText(home, {}), "nothing: only the first four pads may hold Home");
 }
 
 TEST(AReport, IsColouredAtATerminal) {

@@ -27,8 +27,8 @@ const std::map<int, const char*>& ButtonNames() {
                                                   {BTN_Z, "Z"},
                                                   {BTN_SELECT, "Select"},
                                                   {BTN_START, "Start"},
-                                                  {BTN_THUMBL, "left stick pressed"},
-                                                  {BTN_THUMBR, "right stick pressed"},
+                                                  {BTN_THUMBL, "left stick button"},
+                                                  {BTN_THUMBR, "right stick button"},
                                                   {BTN_MODE, "Home"},
                                                   {KEY_HOMEPAGE, "Home page"}};
     return names;

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "report.h"
+#include "watch/watch.h"
 
 namespace {
 
@@ -18,6 +19,7 @@ enum ExitStatus { kWorks = 0, kBroken = 1, kMisused = 2 };
 constexpr char kHelp[] =
     R"(Usage: quorvex-doctor           say what works on this machine, and how to mend what does not
        quorvex-doctor --json    the same for programs
+       quorvex-doctor --watch   show what the service makes of each event of the pads; q ends it
        quorvex-doctor --help
 
 Run it as the user and in the session that the service runs for. It changes nothing and takes nothing away from
@@ -38,16 +40,24 @@ ExitStatus PrintReport(bool as_json) {
     return printed != kWorks ? printed : doctor::AllNeededWorks(report) ? kWorks : kBroken;
 }
 
+ExitStatus Watch() {
+    const std::string problem = doctor::Watch();
+    if (!problem.empty()) {
+        std::fprintf(stderr, "quorvex-doctor: %s\n", problem.c_str());
+    }
+    return problem.empty() ? kWorks : kBroken;
+}
+
 ExitStatus Run(int count, char** arguments) {
     const std::string word = count > 1 ? arguments[1] : "";
-    if (count > 2 || (!word.empty() && word != "--json" && word != "--help" && word != "-h")) {
+    if (count > 2 || (!word.empty() && word != "--json" && word != "--watch" && word != "--help" && word != "-h")) {
         std::fprintf(stderr, "quorvex-doctor: what is \"%s\"? See quorvex-doctor --help\n", arguments[count - 1]);
         return kMisused;
     }
     if (word == "--help" || word == "-h") {
         return Print(kHelp);
     }
-    return PrintReport(word == "--json");
+    return word == "--watch" ? Watch() : PrintReport(word == "--json");
 }
 
 }  // namespace
