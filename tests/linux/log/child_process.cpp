@@ -8,6 +8,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <sstream>
 #include <thread>
@@ -93,6 +94,7 @@ std::vector<std::string> ChildOutput::ErrLines() const {
 ChildOutput RunInChild(const Environment& environment, const std::function<void()>& body) {
     Pipe out;
     Pipe err;
+    fflush(nullptr);  // or the child would print what waits to be printed here
     const pid_t child = fork();
     if (child == 0) {
         BeTheChild(environment, body, out, err);
