@@ -57,6 +57,11 @@ bool EndsWith(const std::string& text, const std::string& end) {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
+// With a name before the suffix.
+bool IsEntry(const std::string& file) {
+    return EndsWith(file, kSuffix) && file != kSuffix;
+}
+
 // The id of an entry in a subdirectory has dashes for slashes.
 std::string IdOfEntry(const std::string& path) {
     static const std::string directory = "/applications/";
@@ -64,18 +69,19 @@ std::string IdOfEntry(const std::string& path) {
     std::string id =
         found != std::string::npos ? path.substr(found + directory.size()) : path.substr(path.rfind('/') + 1);
     std::replace(id.begin(), id.end(), '/', '-');
-    return EndsWith(id, kSuffix) ? id : std::string();
+    return IsEntry(id) ? id : std::string();
 }
 
-// systemd writes other characters than letters, digits, "_", "." and ":" as "\xNN".
+// systemd writes other characters than letters, digits, "_", "." and ":" as "\xNN"; no name has a 0 in it.
 std::string Unescape(const std::string& text) {
     std::string plain;
     for (size_t at = 0; at < text.size(); ++at) {
         const bool isEscape = text.compare(at, 2, "\\x") == 0 && at + 3 < text.size() &&
                               std::isxdigit(static_cast<unsigned char>(text[at + 2])) != 0 &&
                               std::isxdigit(static_cast<unsigned char>(text[at + 3])) != 0;
-        if (isEscape) {
-            plain += static_cast<char>(std::strtol(text.substr(at + 2, 2).c_str(), nullptr, 16));
+        const long character = isEscape ? std::strtol(text.substr(at + 2, 2).c_str(), nullptr, 16) : 0;
+        if (character != 0) {
+            plain += static_cast<char>(character);
             at += 3;
         } else {
             plain += text[at];

@@ -53,7 +53,8 @@ TEST(AnApplicationsId, SurvivesStrangeEnvironments) {
          {std::string(), std::string("\0\0", 2), std::string("NOTHING"),
           std::string("GIO_LAUNCHED_DESKTOP_FILE_PID=42"),
           Environment({"GIO_LAUNCHED_DESKTOP_FILE_PID=42", "GIO_LAUNCHED_DESKTOP_FILE="}),
-          Environment({"GIO_LAUNCHED_DESKTOP_FILE_PID=42", "GIO_LAUNCHED_DESKTOP_FILE=/x"})}) {
+          Environment({"GIO_LAUNCHED_DESKTOP_FILE_PID=42", "GIO_LAUNCHED_DESKTOP_FILE=/x"}),
+          Environment({"GIO_LAUNCHED_DESKTOP_FILE_PID=42", "GIO_LAUNCHED_DESKTOP_FILE=/x/applications/.desktop"})}) {
         EXPECT_EQ(aul::IdFromEnvironment(text, 42), "");
     }
 }
@@ -79,7 +80,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Unit{"app-org.example.Game@3f2a.service", "org.example.Game.desktop"},
                     Unit{"app-KDE-org.example.Game@3f2a.service", "org.example.Game.desktop"},
                     Unit{"app-org.example.Game.service", "org.example.Game.desktop"},
-                    Unit{"app-gnome-x\\x2-4711.scope", "x\\x2.desktop"}, Unit{"app-4711.scope", ""},
+                    Unit{"app-gnome-x\\x2-4711.scope", "x\\x2.desktop"},
+                    Unit{"app-gnome-x\\x00-4711.scope", "x\\x00.desktop"}, Unit{"app-4711.scope", ""},
                     Unit{"app-gnome--4711.scope", ""}, Unit{"app-.service", ""}, Unit{"app-", ""},
                     Unit{"vte-spawn-4711.scope", ""}, Unit{"app-gnome.slice", ""}, Unit{"", ""}));
 
