@@ -11,10 +11,13 @@
 #include <exception>
 
 #include "gamepad/udevd.h"
+#include "memory/memory.h"
 #include "platform/dlog.h"
 
 namespace gamepad {
 namespace {
+
+constexpr int kStartUpMs = 1000;
 
 thread_local bool t_is_hotplug_thread = false;
 
@@ -145,9 +148,17 @@ void HotPlug::Guarded(void (HotPlug::*step)()) {
 void HotPlug::Wait() {
     const int monitor = monitor_ == nullptr ? -1 : udev_monitor_get_fd(monitor_.get());
     std::array<pollfd, 3> sources{{{wake_.Get(), POLLIN, 0}, {monitor, POLLIN, 0}, {watch_.Fd(), POLLIN, 0}}};
-    poll(sources.data(), sources.size(), -1);
+    if (poll(sources.data(), sources.size(), is_settled_ ? -1 : kStartUpMs) == 0) {
+        Settle();
+    }
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t length = read(wake_.Get(), &count, sizeof count);
+}
+
+/// By now the whole program has started, and what has only served that is not needed any more.
+void HotPlug::Settle() {
+    GiveBackFilePages();
+    is_settled_ = true;
 }
 
 /// Pads that are gone go first, so that one that comes back meanwhile finds its uid free.

@@ -36,6 +36,7 @@ private:
     static void* Entry(void* self);
     void Run();
     void Wait();
+    void Settle();
     void HandleChanges();
     void Guarded(void (HotPlug::*step)());
 
@@ -58,6 +59,7 @@ private:
     pthread_t thread_{};
     std::atomic<bool> running_{false};
     std::atomic<bool> stop_{false};
+    bool is_settled_ = false;  // the thread's
 };
 
 }  // namespace gamepad

@@ -1,0 +1,52 @@
+#include "memory/memory.h"
+
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+
+#include <fstream>
+#include <regex>
+#include <string>
+
+namespace {
+
+// In KiB, of the files that the process has mapped.
+long FilePages() {
+    std::ifstream lines("/proc/self/status");
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind("RssFile:", 0) == 0) {
+            return std::stol(line.substr(line.find(':') + 1));
+        }
+    }
+    return -1;
+}
+
+// A good deal of the C++ library.
+bool Matches() {
+    return std::regex_match("quorvex 12", std::regex("([a-z]+) ([0-9]+)"));
+}
+
+volatile int gWritten = 1;
+
+TEST(Memory, IsNotOfHugePages) {
+    EXPECT_EQ(prctl(PR_GET_THP_DISABLE, 0, 0, 0, 0), 1);
+}
+
+TEST(FilePages, AreGivenBack) {
+    ASSERT_TRUE(Matches());
+    const long before = FilePages();
+    GiveBackFilePages();
+    EXPECT_LT(FilePages(), before / 2) << before;
+}
+
+TEST(FilePages, ComeBackWhenTheyAreNeeded) {
+    GiveBackFilePages();
+    EXPECT_TRUE(Matches());
+}
+
+TEST(FilePages, StayWhereSomethingWasWritten) {
+    gWritten = 2;
+    GiveBackFilePages();
+    EXPECT_EQ(gWritten, 2);
+}
+
+}  // namespace
