@@ -49,7 +49,7 @@ TEST_F(InASession, EverythingWorks) {
 }
 
 TEST_F(InASession, NoWindowMayHaveTheFocus) {
-    ExpectFinding(Look(), "focus", "told; now it is no window", "works");
+    ExpectFinding(Look(), "focus", "told; now no window has it", "works");
 }
 
 TEST_F(InASession, WithoutTheSessionBusTheRestWorks) {

@@ -177,9 +177,10 @@ private:
             return Works("answers");
         }
         const std::string why = notes_.WhyMissing(kSession);
-        return Lacks("the session bus " + (why.empty() ? "does not answer" : "is not there: " + why) +
-                         "; games that register, screensavers and on-screen keyboards are not known",
-                     "log in to a session, or: sudo apt install dbus-user-session, and log in again");
+        Finding finding = Lacks("the session bus " + (why.empty() ? "does not answer" : "is not there: " + why),
+                                "log in to a session, or: sudo apt install dbus-user-session, and log in again");
+        finding.details = {"games that register, screensavers and on-screen keyboards are not known"};
+        return finding;
     }
 
     Finding GamesFinding() const {
@@ -219,7 +220,7 @@ private:
         const std::string program = window.pid > 0 ? games::NameOf(window.pid).executable : "";
         Finding finding = Works(window.pid > 0 ? "told; now it is " + (program.empty() ? window.app : program) +
                                                      " (process " + std::to_string(window.pid) + ")"
-                                               : "told; now it is no window");
+                                               : "told; now no window has it, or no window manager tells");
         finding.facts["pid"] = window.pid;
         finding.facts["app"] = window.app;
         return finding;

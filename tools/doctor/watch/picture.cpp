@@ -15,10 +15,12 @@ struct ButtonPlace {
 /// The numbers are those of the gamepad library.
 constexpr ButtonPlace kButtons[] = {
     {0, 10, "[  LT  ]", 6},  {0, 47, "[  RT  ]", 7},    {1, 10, "[  LB  ]", 4},   {1, 47, "[  RB  ]", 5},
-    {3, 28, "( Home )", 14}, {4, 21, "[ Select ]", 10}, {4, 34, "[ Start ]", 11}, {5, 28, "[ Page ]", 398},
-    {3, 50, "(Y)", 3},       {4, 46, "(X)", 2},         {4, 54, "(B)", 1},        {5, 50, "(A)", 0},
-    {6, 50, "(C)", 8},       {6, 54, "(Z)", 9},
+    {3, 28, "( Home )", 14}, {4, 21, "[ Select ]", 10}, {4, 34, "[ Start ]", 11}, {3, 50, "(Y)", 3},
+    {4, 46, "(X)", 2},       {4, 54, "(B)", 1},         {5, 50, "(A)", 0},
 };
+
+/// Of which most pads have none: they show when they are pressed.
+constexpr ButtonPlace kRareButtons[] = {{5, 28, "[ Page ]", 398}, {6, 50, "(C)", 8}, {6, 54, "(Z)", 9}};
 
 struct HatPlace {
     int row;
@@ -75,6 +77,11 @@ const std::vector<std::string>& Outline() {
 
 std::vector<Part> PartsOf(const PadState& pad, const Stick& left, const Stick& right) {
     std::vector<Part> parts;
+    for (const ButtonPlace& button : kRareButtons) {
+        if (pad.IsPressed(button.number)) {
+            parts.push_back({button.row, button.column, button.text, true});
+        }
+    }
     for (const ButtonPlace& button : kButtons) {
         parts.push_back(
             {button.row, button.column, button.text, pad.IsPressed(button.number) || IsPulled(pad, button.number)});

@@ -34,6 +34,11 @@ void MakeColours() {
     init_pair(kGame, COLOR_WHITE, COLOR_RED);
 }
 
+/// What is lit stands out on a terminal without colours, too.
+attr_t Lit() {
+    return has_colors() == FALSE ? A_REVERSE : A_NORMAL;
+}
+
 int Left(int width) {
     return std::max((COLS - width) / 2, 0);
 }
@@ -55,24 +60,26 @@ void ShowPicture(const View& view) {
         Write(row++, left, line, A_DIM);
     }
     for (const Part& part : view.parts) {
-        Write(kPictureTop + part.row, left + part.column, part.text, part.is_lit ? A_BOLD | A_REVERSE : A_NORMAL,
+        Write(kPictureTop + part.row, left + part.column, part.text, part.is_lit ? Lit() : A_NORMAL,
               part.is_lit ? kLit : 0);
     }
 }
 
-/// The newest in the middle and in bold: it is read from the sofa.
+/// In the middle, and in colour: it is read from the sofa.
+void ShowNewest(const Line& line, const std::string& text) {
+    Write(kNewest, Left(static_cast<int>(text.size())), text, line.is_key ? Lit() : A_BOLD,
+          line.is_key ? kLit : kNothing);
+}
+
 void ShowLines(const View& view) {
     int row = kNewest;
     for (const Line& line : view.lines) {
-        const bool is_newest = row == kNewest;
         const std::string text = line.event + "  ->  " + line.outcome;
-        const attr_t attributes = is_newest ? A_BOLD : A_NORMAL;
-        Write(row, is_newest ? Left(static_cast<int>(text.size())) : 2, text,
-              is_newest && line.is_key ? attributes | A_REVERSE : attributes,
-              line.is_key ? is_newest ? kLit : 0 : kNothing);
-        row = is_newest ? kOlder : row + 1;
-        if (row >= LINES) {
-            return;
+        if (row == kNewest) {
+            ShowNewest(line, text);
+            row = kOlder;
+        } else if (row < LINES) {
+            Write(row++, 2, text, A_NORMAL, line.is_key ? 0 : kNothing);
         }
     }
 }
