@@ -59,9 +59,11 @@ void LivingRoom::Say(const std::string& what) {
     std::cout << "   " << time.count() << " s  " << what << std::endl;
 }
 
-// The window manager would not notice that a key goes up before it has begun to look.
+// The window manager takes up its keys anew when another keyboard is used, and would not notice that a key goes up
+// before it has begun to look.
 void LivingRoom::SwitchWindows() {
     keyboard_.Press(KEY_LEFTALT);
+    std::this_thread::sleep_for(kHandHolds);
     keyboard_.Press(KEY_TAB);
     std::this_thread::sleep_for(kHandHolds);
     keyboard_.Release(KEY_TAB);
