@@ -11,7 +11,7 @@
 namespace {
 
 // Of the heap's own order: what is freed need not be given back.
-constexpr long kSlackKiB = 256;
+constexpr long kSlackKiB = 128;
 
 // What a deed has left behind may end a little later.
 constexpr std::chrono::seconds kUntilAllIsQuiet{5};
