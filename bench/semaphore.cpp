@@ -2,6 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <semaphore>
@@ -78,7 +79,7 @@ template <typename Semaphore>
 void ThereAndBack(benchmark::State& state) {
     Semaphore there;
     Semaphore back;
-    bool ends = false;
+    std::atomic<bool> ends{false};
     std::thread other([&] {
         for (there.Take(); !ends; there.Take()) {
             back.Give();
