@@ -2,6 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <sstream>
 
 #include "manual.h"
 #include "service.h"
@@ -71,6 +75,25 @@ TEST(TheSampleKeyMap, HasNoWrongLine) {
     const KeyTable table = ReadKeyTable(TextOf(kSamples / "keymap"), complaints);
     EXPECT_THAT(complaints, IsEmpty());
     EXPECT_EQ(table.size(), 3U);
+}
+
+/// The words between "build=(" and ")".
+std::set<std::string> PackagesToBuildWith() {
+    const std::string text = TextOf(TREE "/scripts/packages");
+    const size_t begin = text.find("build=(") + 7;
+    std::istringstream words(text.substr(begin, text.find(')', begin) - begin));
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
+TEST(TheSourcePackage, NeedsWhatTheBuildNeeds) {
+    std::set<std::string> packages = PackagesToBuildWith();
+    ASSERT_GT(packages.size(), 10U);
+    packages.erase("g++");  // these two are there wherever packages are built
+    packages.erase("binutils");
+    const std::string control = TextOf(TREE "/packaging/debian/control");
+    for (const std::string& package : packages) {
+        EXPECT_TRUE(std::regex_search(control, std::regex("\n " + package + "( \\(.*\\))?,\n"))) << package;
+    }
 }
 
 TEST(TheChangelog, IsOfThisVersion) {
