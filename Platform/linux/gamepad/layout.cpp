@@ -191,9 +191,8 @@ bool DirectLayout::HasHat(unsigned hat) const {
 }
 
 bool DirectLayout::HasButton(int number) const {
-    return std::any_of(routes_.begin(), routes_.end(), [number](const Route& route) {
-        return route.kind == Kind::Press && route.output == number;
-    });
+    return std::any_of(routes_.begin(), routes_.end(),
+                       [number](const Route& route) { return route.kind == Kind::Press && route.output == number; });
 }
 
 MappedLayout::MappedLayout(mapping::Translator translator, const libevdev* device)
