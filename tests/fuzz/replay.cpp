@@ -11,13 +11,15 @@
 
 #include "fuzz.h"
 
+extern const char* const kCorpus;  ///< the folder of the target's corpus
+
 namespace {
 
 namespace fs = std::filesystem;
 
 std::vector<std::string> CorpusFiles() {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(CORPUS)) {
+    for (const auto& entry : fs::directory_iterator(kCorpus)) {
         names.push_back(entry.path().filename());
     }
     std::sort(names.begin(), names.end());
@@ -25,7 +27,7 @@ std::vector<std::string> CorpusFiles() {
 }
 
 std::string ContentOf(const std::string& name) {
-    std::ifstream file(fs::path(CORPUS) / name, std::ios::binary);
+    std::ifstream file(fs::path(kCorpus) / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
