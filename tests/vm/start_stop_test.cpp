@@ -19,7 +19,8 @@ constexpr std::chrono::microseconds kStartUp{20000};
 // A service that does not begin to stop in this time was told before it had a loop to end.
 constexpr milliseconds kNotice{2000};
 // Several at once on each processor: most of the time a service waits.
-constexpr unsigned kStartsPerProcessor = 4;
+// Not more: each start takes eleven inotify instances, and a user has 128.
+constexpr unsigned kStartsPerProcessor = 2;
 
 unsigned long Setting(const char* name, unsigned long otherwise) {
     const char* text = getenv(name);
