@@ -96,7 +96,8 @@ __attribute__((format(printf, 4, 5))) int __wrap___dlog_print(log_id_t /*log_id*
     char text[2048];
     va_list arguments;
     va_start(arguments, format);
-    const int length = std::vsnprintf(text, sizeof text, format, arguments);
+    const int length = std::vsnprintf(  // NOLINT(clang-analyzer-valist.Uninitialized): it is, a line above
+        text, sizeof text, format, arguments);
     va_end(arguments);
     const doctor::Message message{priority, doctor::WithoutPlace(text)};
     doctor::ToCatcher([&message](doctor::Catcher& catcher) { catcher.OnMessage(message); });

@@ -18,9 +18,13 @@ __attribute__((constructor)) void BeModest() {
     mallopt(M_ARENA_MAX, 1);
 }
 
+void* At(std::uintptr_t address) {
+    return reinterpret_cast<void*>(address);  // NOLINT(performance-no-int-to-ptr): the linker tells numbers
+}
+
 // Where the code itself was relocated, its pages are not those of the file any more.
 bool HasRelocatedCode(const dl_phdr_info& object, const ElfW(Phdr) & segment) {
-    const auto* entry = reinterpret_cast<const ElfW(Dyn)*>(object.dlpi_addr + segment.p_vaddr);
+    const auto* entry = static_cast<const ElfW(Dyn)*>(At(object.dlpi_addr + segment.p_vaddr));
     for (; entry->d_tag != DT_NULL; ++entry) {
         if (entry->d_tag == DT_TEXTREL || (entry->d_tag == DT_FLAGS && (entry->d_un.d_val & DF_TEXTREL) != 0)) {
             return true;
@@ -35,7 +39,7 @@ void GiveBack(const dl_phdr_info& object, const ElfW(Phdr) & segment) {
     const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
     const std::uintptr_t start = (object.dlpi_addr + segment.p_vaddr) / page * page;
     const std::uintptr_t end = object.dlpi_addr + segment.p_vaddr + segment.p_memsz;
-    madvise(reinterpret_cast<void*>(start), end - start, MADV_DONTNEED);
+    madvise(At(start), end - start, MADV_DONTNEED);
 }
 
 int GiveBackObject(dl_phdr_info* object, std::size_t /*size*/, void* /*data*/) {
