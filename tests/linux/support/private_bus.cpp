@@ -27,14 +27,13 @@ PrivateBus::~PrivateBus() {
 // The daemon closes the pipe's end after it has printed its process id, which is when it listens.
 void PrivateBus::Start() {
     int ready[2];
-    if (pipe(ready) != 0) {
+    if (pipe2(ready, O_CLOEXEC) != 0 || fcntl(ready[1], F_SETFD, 0) != 0) {
         throw std::runtime_error("no pipe");
     }
     const std::string address = "--address=unix:path=" + directory_ + "/bus";
     const std::string print = "--print-pid=" + std::to_string(ready[1]);
     daemon_ = fork();
     if (daemon_ == 0) {
-        close(ready[0]);
         execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--nopidfile", "--nosyslog", address.c_str(),
                print.c_str(), nullptr);
         _exit(127);

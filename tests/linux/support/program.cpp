@@ -18,7 +18,8 @@ namespace {
 constexpr std::chrono::seconds kDeadline{20};
 constexpr std::chrono::milliseconds kBetweenQuestions{20};
 
-/// What a program is started with, made before the fork: a child of a process with threads may not allocate.
+/// What a program is started with, made before the fork: a child of a process with threads may not allocate, nor call
+/// what the pads' test bed has put itself before, such as open: it takes a lock, which another thread may have held.
 class Command {
 public:
     Command(const std::vector<std::string>& command, const Program::Setting& setting)
@@ -26,18 +27,19 @@ public:
         if (setting_.output.empty()) {
             setting_.output = "/dev/null";
         }
+        output_ = open(setting_.output.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
         arguments_ = PointersTo(words_);
         environment_ = PointersTo(variables_);
     }
+    ~Command() { close(output_); }
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
 
     [[noreturn]] void Become() const {
         setpgid(0, 0);
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const int output = open(setting_.output.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-        dup2(output, STDOUT_FILENO);
-        dup2(output, STDERR_FILENO);
+        dup2(output_, STDOUT_FILENO);
+        dup2(output_, STDERR_FILENO);
         if (setting_.isOrdinaryUser && getuid() == 0 && (setgid(kOrdinaryUser) != 0 || setuid(kOrdinaryUser) != 0)) {
             _exit(126);
         }
@@ -75,6 +77,7 @@ private:
     Program::Setting setting_;
     std::vector<char*> arguments_;
     std::vector<char*> environment_;
+    int output_;
 };
 
 }  // namespace
