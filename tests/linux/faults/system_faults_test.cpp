@@ -172,7 +172,7 @@ std::vector<Life> LiveAll(const std::vector<std::string>& faults, const Life& us
     std::vector<Life> lives(faults.size());
     std::atomic<size_t> next{0};
     std::vector<std::thread> threads;
-    for (unsigned i = 0; i < 2 * std::max(1U, std::thread::hardware_concurrency()); ++i) {
+    for (unsigned i = 0; i < std::max(1U, std::thread::hardware_concurrency()); ++i) {
         threads.emplace_back([&] {
             for (size_t mine = next++; mine < faults.size(); mine = next++) {
                 lives[mine] = Live(faults[mine], usual);
