@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <sstream>
@@ -19,9 +20,21 @@ using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
+/// What is built here belongs to this run of the program alone: several may run at once.
+fs::path FolderOfThisRun() {
+    return fs::path(BUILD_DIRECTORY) / std::to_string(getpid());
+}
+
+class RemoveFolderAtEnd : public ::testing::Environment {
+public:
+    void TearDown() override { fs::remove_all(FolderOfThisRun()); }
+};
+
+[[maybe_unused]] const auto* const removal = ::testing::AddGlobalTestEnvironment(new RemoveFolderAtEnd);
+
 /// A folder of this test's own, empty.
 std::string FreshFolder(const std::string& name) {
-    const fs::path folder = fs::path(BUILD_DIRECTORY) / name;
+    const fs::path folder = FolderOfThisRun() / name;
     fs::remove_all(folder);
     fs::create_directories(folder);
     return folder;
