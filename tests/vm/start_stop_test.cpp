@@ -18,7 +18,7 @@ constexpr std::chrono::microseconds kWindow{300000};
 constexpr std::chrono::microseconds kStartUp{20000};
 // A service that does not begin to stop in this time was told before it had a loop to end.
 constexpr milliseconds kNotice{2000};
-// Not more: each takes eleven of the 128 inotify instances that a user has, and other tests run beside this one.
+// Not more: each takes three of the 128 inotify instances that a user has, and other tests run beside this one.
 constexpr unsigned kStartsPerProcessor = 1;
 
 unsigned long Setting(const char* name, unsigned long otherwise) {

@@ -13,25 +13,16 @@ constexpr uint32_t kComings = IN_CREATE | IN_ATTRIB | IN_MOVED_TO | IN_DELETE_SE
 
 SocketWatch::SocketWatch(GMainContext* context, const std::string& path, unsigned delayMs,
                          std::function<void()> onChange)
-    : onChange_(std::move(onChange)), inotify_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
-    const bool isWatched = !path.empty() && inotify_ >= 0 && WatchNearestDirectory(path);
-    if (isWatched) {
-        event_.WhenReadable(context, inotify_, [this] { Tell(); });
-    }
+    : onChange_(std::move(onChange)) {
+    directories_.emplace(context, [this](const auto& /*notices*/) { Tell(); });
+    const bool isWatched = !path.empty() && WatchNearestDirectory(path);
     if (!isWatched || access(path.c_str(), F_OK) == 0) {
         timer_.After(context, delayMs, [this] { Tell(); });
     }
 }
 
-SocketWatch::~SocketWatch() {
-    if (inotify_ >= 0) {
-        event_.Stop();
-        close(inotify_);
-    }
-}
-
 // The path's parent, or the nearest of its ancestors that is there.
-bool SocketWatch::WatchNearestDirectory(const std::string& path) const {
+bool SocketWatch::WatchNearestDirectory(const std::string& path) {
     std::string child = path;
     for (size_t slash = child.rfind('/'); slash != std::string::npos; slash = child.rfind('/')) {
         const std::string directory = child.substr(0, slash);
@@ -44,12 +35,12 @@ bool SocketWatch::WatchNearestDirectory(const std::string& path) const {
     return false;
 }
 
-bool SocketWatch::Watch(const std::string& directory) const {
-    return inotify_add_watch(inotify_, directory.empty() ? "/" : directory.c_str(), kComings) >= 0;
+bool SocketWatch::Watch(const std::string& directory) {
+    return directories_->Add(directory.empty() ? "/" : directory, kComings) >= 0;
 }
 
 void SocketWatch::Tell() {
-    event_.Stop();
+    directories_.reset();
     timer_.Stop();
     const std::function<void()> onChange = std::move(onChange_);
     onChange();

@@ -4,9 +4,11 @@
 #include <glib.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "events/context_source.h"
+#include "events/path_watch.h"
 
 /// Tells once when it is worth connecting (again): when something happens in the socket's directory, also when that
 /// directory itself comes later; and after a delay where no directory can tell: the socket has no path, or is there
@@ -17,18 +19,16 @@ class SocketWatch {
 public:
     /// `path` is empty for a socket that has none in the file system.
     SocketWatch(GMainContext* context, const std::string& path, unsigned delayMs, std::function<void()> onChange);
-    ~SocketWatch();
     SocketWatch(const SocketWatch&) = delete;
     SocketWatch& operator=(const SocketWatch&) = delete;
 
 private:
-    bool WatchNearestDirectory(const std::string& path) const;
-    bool Watch(const std::string& directory) const;
+    bool WatchNearestDirectory(const std::string& path);
+    bool Watch(const std::string& directory);
     void Tell();
 
     std::function<void()> onChange_;
-    const int inotify_;
-    ContextSource event_;
+    std::optional<PathWatch> directories_;
     ContextSource timer_;
 };
 

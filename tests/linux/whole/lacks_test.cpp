@@ -7,6 +7,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "desktop.h"
@@ -34,6 +35,28 @@ TEST_F(WholeProgram, DoesItsWorkWhereItMayWriteNothing) {
     ExpectGoodEndAfter({"session bus: not there", "system bus: not there",
                         folder_.Path("") + "/quorvex/memory/window_system/screensaver_on_off: cannot write: ",
                         "no DISPLAY, SWAYSOCK or I3SOCK is set"});
+}
+
+int InotifyInstances(pid_t process) {
+    int count = 0;
+    for (const auto& file : std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/fd")) {
+        std::error_code gone;
+        count += std::filesystem::read_symlink(file, gone) == "anon_inode:inotify" ? 1 : 0;
+    }
+    return count;
+}
+
+// A user may have 128, for all programs together. The settings take one, pads another where no udevd runs, and all
+// other notices the third.
+TEST_F(WholeProgram, TakesThreeInotifyInstancesAtMostHoweverMuchItWaitsFor) {
+    environment_["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=" + folder_.Path("bus");
+    environment_["DISPLAY"] = ":4711";
+    environment_["WAYLAND_DISPLAY"] = folder_.Path("wayland");
+    environment_["SWAYSOCK"] = folder_.Path("sway");
+    Plug();
+    Start();
+    ExpectKeys();
+    EXPECT_LE(InotifyInstances(Running().Pid()), 3);
 }
 
 /// One thing of the session is another than it should be.

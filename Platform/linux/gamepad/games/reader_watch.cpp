@@ -1,17 +1,13 @@
 #include "gamepad/games/reader_watch.h"
 
-#include <glib-unix.h>
 #include <sys/inotify.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <set>
 #include <utility>
 
-#include "events/events_thread.h"
 #include "platform/dlog.h"
 
 namespace games {
@@ -33,10 +29,6 @@ ReaderWatch::ReaderWatch(GMainContext* context, std::string ignored_readers, Nod
     LookSoon();
 }
 
-ReaderWatch::~ReaderWatch() {
-    CloseInotify();
-}
-
 void ReaderWatch::LookSoon() {
     if (!std::exchange(is_looking_soon_, true)) {
         timer_.At(std::max(g_get_monotonic_time() + kSettleUs, may_look_at_));
@@ -49,7 +41,7 @@ void ReaderWatch::Look() {
     const gint64 start = g_get_monotonic_time();
     const std::vector<Node> nodes = PresentNodes();
     if (nodes.empty()) {
-        CloseInotify();
+        opens_.reset();
         ignored_.reset();
         on_readers_({});
         return;
@@ -72,52 +64,27 @@ std::vector<Node> ReaderWatch::PresentNodes() const {
 }
 
 /// A joystick node may come later than the event node, so the folder tells of new ones. What is watched already stays
-/// watched, and the kernel takes the watch of a node with the node.
+/// watched, and the kernel takes the watch of a node with the node. What exactly is noticed does not matter: who holds
+/// the nodes open then does.
 bool ReaderWatch::Watch(const std::vector<Node>& nodes) {
-    if (source_ == nullptr && !OpenInotify()) {
+    if (!opens_) {
+        opens_.emplace(context_, [this](const auto& /*notices*/) { LookSoon(); });
+    }
+    if (!opens_->Works()) {
+        Complain("inotify", errno);
         return false;
     }
     std::set<std::string> folders;
     for (const Node& node : nodes) {
-        if (inotify_add_watch(inotify_.Get(), node.Path().c_str(), IN_OPEN | IN_CLOSE) < 0 && errno != ENOENT) {
+        if (opens_->Add(node.Path(), IN_OPEN | IN_CLOSE) < 0 && errno != ENOENT) {
             Complain(node.Path().c_str(), errno);
         }
         folders.insert(node.Path().substr(0, node.Path().rfind('/')));
     }
     for (const std::string& folder : folders) {
-        inotify_add_watch(inotify_.Get(), folder.c_str(), IN_CREATE | IN_MOVED_TO | IN_ONLYDIR);
+        opens_->Add(folder, IN_CREATE | IN_MOVED_TO | IN_ONLYDIR);
     }
     return true;
-}
-
-bool ReaderWatch::OpenInotify() {
-    inotify_ = gamepad::FileDescriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    if (!inotify_) {
-        Complain("inotify", errno);
-        return false;
-    }
-    source_ = g_unix_fd_source_new(inotify_.Get(), G_IO_IN);
-    g_source_set_callback(source_, G_SOURCE_FUNC(OnNotice), this, nullptr);
-    g_source_attach(source_, context_);
-    return true;
-}
-
-void ReaderWatch::CloseInotify() {
-    if (source_ != nullptr) {
-        g_source_destroy(source_);
-        g_source_unref(source_);
-        source_ = nullptr;
-    }
-    inotify_ = gamepad::FileDescriptor();
-}
-
-/// What exactly happened does not matter: who holds the nodes open now does.
-gboolean ReaderWatch::OnNotice(gint fd, GIOCondition /*condition*/, gpointer self) {
-    std::array<char, 4096> notices;
-    while (read(fd, notices.data(), notices.size()) > 0) {
-    }
-    DoWork([self] { static_cast<ReaderWatch*>(self)->LookSoon(); });
-    return G_SOURCE_CONTINUE;
 }
 
 std::vector<Reader> ReaderWatch::Readers(const std::vector<Node>& nodes) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "gamepad/file_descriptor.h"
+#include "events/path_watch.h"
 #include "gamepad/games/ignored_readers.h"
 #include "gamepad/games/reader_search.h"
 #include "gamepad/games/timer.h"
@@ -28,7 +28,6 @@ public:
     using ReadersFunction = std::function<void(const std::vector<Reader>& readers)>;
 
     ReaderWatch(GMainContext* context, std::string ignored_readers, NodesFunction nodes, ReadersFunction on_readers);
-    ~ReaderWatch();
     ReaderWatch(const ReaderWatch&) = delete;
     ReaderWatch& operator=(const ReaderWatch&) = delete;
 
@@ -36,12 +35,9 @@ public:
     void LookSoon();
 
 private:
-    static gboolean OnNotice(gint fd, GIOCondition condition, gpointer self);
     void Look();
     std::vector<Node> PresentNodes() const;
     bool Watch(const std::vector<Node>& nodes);
-    bool OpenInotify();
-    void CloseInotify();
     std::vector<Reader> Readers(const std::vector<Node>& nodes);
     void Complain(const char* what, int error);
 
@@ -52,9 +48,9 @@ private:
     Timer timer_;
     bool is_looking_soon_ = false;
     gint64 may_look_at_ = 0;
-    gamepad::FileDescriptor inotify_;
-    GSource* source_ = nullptr;
-    std::optional<IgnoredReaders> ignored_;  // only while there are nodes
+    // Both only while there are nodes.
+    std::optional<PathWatch> opens_;
+    std::optional<IgnoredReaders> ignored_;
     bool has_complained_ = false;
 };
 
