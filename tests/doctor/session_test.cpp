@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -102,6 +103,20 @@ TEST_F(InASession, ADisplayThatIsNotThereIsNamed) {
     const Said said = Look();
     EXPECT_EQ(said.status, 0) << said.output;
     ExpectFinding(said, "focus", "no window system tells (X display :4711: ", "lacks", "_NET_ACTIVE_WINDOW");
+}
+
+TEST_F(InASession, EachLibraryForTheDisplayThatIsMissingIsNamed) {
+    const std::map<std::string, std::string> uses = {
+        {"libxcb.so.1", "libxcb cannot be used: the X display is left alone"},
+        {"libxcb-res.so.0", "libxcb-res cannot be used: which process has a window"},
+        {"libxcb-screensaver.so.0", "libxcb-screensaver cannot be used: whether the X server has blanked"},
+        {"libxcb-dpms.so.0", "libxcb-dpms cannot be used: whether the X server has powered"}};
+    for (const auto& [library, words] : uses) {
+        const TemporaryFolder broken;
+        environment_["LD_LIBRARY_PATH"] = broken.Path("");
+        broken.Write(library, "no library");
+        ExpectFinding(Look(), "bus", words, "lacks", "sudo apt install libxcb1 libxcb-res0");
+    }
 }
 
 class InAnotherCompositor : public Machine {};
