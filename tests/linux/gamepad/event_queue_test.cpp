@@ -47,8 +47,9 @@ protected:
         std::vector<std::pair<int, int>> taken;
         for (int i = 0; i < count; ++i) {
             const _gamepad_event_s& event = events[static_cast<std::size_t>(i)];
-            EXPECT_GT(event.time, last_time_) << "out of order";
-            last_time_ = event.time;
+            const std::uint64_t time = event.time;  // of a packed structure: no reference to it
+            EXPECT_GT(time, last_time_) << "out of order";
+            last_time_ = time;
             taken.emplace_back(event.code, event.value);
         }
         return taken;
