@@ -10,9 +10,6 @@
 namespace gamepad {
 namespace {
 
-// A reader must not be kept for ever by a device that sends faster than it is read; the rest waits for the next call.
-constexpr int kMostReads = 8192;
-
 std::uint64_t Microseconds(const input_event& event) {
     return static_cast<std::uint64_t>(event.input_event_sec) * 1000000U +
            static_cast<std::uint64_t>(event.input_event_usec);
@@ -25,7 +22,11 @@ bool IsStickAxis(int axis) {
 }  // namespace
 
 Device::Device(Evdev evdev, PadPointer pad, ChosenLayout layout)
-    : evdev_(std::move(evdev)), pad_(std::move(pad)), layout_(std::move(layout.layout)), standard_(layout.standard) {
+    : evdev_(std::move(evdev)),
+      reader_(evdev_.fd.Get(), evdev_.device.get()),
+      pad_(std::move(pad)),
+      layout_(std::move(layout.layout)),
+      standard_(layout.standard) {
     for (const AxisSpec& spec : layout_->Axes()) {
         axes_.emplace_back(spec);
     }
@@ -40,46 +41,22 @@ int Device::TakeEvents(_gamepad_event_s* events, int capacity) {
 }
 
 void Device::Drain() {
-    unsigned flag = LIBEVDEV_READ_FLAG_NORMAL;
-    for (int reads = 0; reads < kMostReads && ReadOne(flag); ++reads) {
-    }
-}
-
-/// After an overrun of the kernel's queue libevdev asks the device for its true state and reports what differs as
-/// ordinary events, until it says -EAGAIN; then reading goes on as before. False: nothing more to read now.
-bool Device::ReadOne(unsigned& flag) {
-    input_event event{};
-    const int result = libevdev_next_event(evdev_.device.get(), flag, &event);
-    if (result == LIBEVDEV_READ_STATUS_SUCCESS || result == LIBEVDEV_READ_STATUS_SYNC) {
-        if (result == LIBEVDEV_READ_STATUS_SYNC) {
-            flag = LIBEVDEV_READ_FLAG_SYNC;
-        }
-        Accept(event);
-        return true;
-    }
-    if (result == -EAGAIN && flag == LIBEVDEV_READ_FLAG_SYNC) {
-        flag = LIBEVDEV_READ_FLAG_NORMAL;
-        return true;
-    }
-    if (result != -EAGAIN && result != -EINTR) {
+    const int error = reader_.Drain([this](const input_event& event) REQUIRES(lock_) { Accept(event); });
+    if (error != 0) {
         pad_->gone = true;
-        TellLost(result);
+        TellLost(error);
     }
-    return false;
 }
 
 /// One that is unplugged says so by ENODEV, which is no trouble.
-void Device::TellLost(int result) const {
-    if (result != -ENODEV) {
+void Device::TellLost(int error) const {
+    if (error != ENODEV) {
         __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QVXD", "pad \"%s\" is lost until it is plugged in again: %s",
-                     libevdev_get_name(evdev_.device.get()), std::strerror(-result));
+                     libevdev_get_name(evdev_.device.get()), std::strerror(error));
     }
 }
 
 void Device::Accept(const input_event& event) {
-    if (event.type != EV_KEY && event.type != EV_ABS) {
-        return;
-    }
     for (const mapping::Output& output : layout_->Translate(event.type, event.code, event.value)) {
         Deliver(output, Microseconds(event));
     }

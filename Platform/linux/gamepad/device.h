@@ -8,6 +8,7 @@
 #include "gamepad/axis.h"
 #include "gamepad/evdev.h"
 #include "gamepad/event_queue.h"
+#include "gamepad/event_reader.h"
 #include "gamepad/layout.h"
 #include "gamepad/pad.h"
 #include "locks/locks.h"
@@ -38,14 +39,14 @@ public:
 
 private:
     void Drain() REQUIRES(lock_);
-    bool ReadOne(unsigned& flag) REQUIRES(lock_);
-    void TellLost(int result) const;
+    void TellLost(int error) const;
     void Accept(const input_event& event) REQUIRES(lock_);
     void Deliver(const mapping::Output& output, std::uint64_t time) REQUIRES(lock_);
     void DeliverPosition(const mapping::Output& output, _gamepad_event_s event) REQUIRES(lock_);
 
     mutable Lock lock_;
     const Evdev evdev_;
+    EventReader reader_ GUARDED_BY(lock_);
     const PadPointer pad_;
     const std::unique_ptr<Layout> layout_;
     const bool standard_;
