@@ -19,6 +19,10 @@ int Limited(int value, int range, int least, int most) {
     return std::clamp(value, range / least, range / most);
 }
 
+int RangeOf(const AxisSpec& spec) {
+    return static_cast<int>(std::min<long long>(static_cast<long long>(spec.maximum) - spec.minimum, kFarthest));
+}
+
 int HalfWay(int centre, int end) {
     return centre + (end - centre) / 2;
 }
@@ -40,37 +44,37 @@ std::optional<AxisSpec> SpecOf(std::uint16_t code, const input_absinfo& announce
                     std::clamp(announced.value, minimum, maximum)};
 }
 
-Axis::Axis(const AxisSpec& spec) : spec_(spec), centre_((spec.maximum + spec.minimum) / 2), last_(spec.start) {}
+Axis::Axis(const AxisSpec& spec)
+    : spec_(spec),
+      centre_((spec.maximum + spec.minimum) / 2),
+      high_(HalfWay(centre_, spec.maximum)),
+      low_(HalfWay(centre_, spec.minimum)),
+      flat_(Limited(spec.flat, RangeOf(spec), kLeastFlat, kMostFlat)),
+      noise_(Limited(spec.fuzz, RangeOf(spec), kLeastFuzz, kMostFuzz)),
+      crossingNoise_(std::min(spec.fuzz, RangeOf(spec) / kMostFuzz)),
+      last_(spec.start) {}
 
 Zone Axis::ZoneOf(int position) const {
-    if (position > HalfWay(centre_, spec_.maximum)) {
+    if (position > high_) {
         return Zone::High;
     }
-    return position < HalfWay(centre_, spec_.minimum) ? Zone::Low : Zone::Middle;
+    return position < low_ ? Zone::Low : Zone::Middle;
 }
 
 int Axis::Snapped(int position) const {
     const int inside = std::clamp(position, spec_.minimum, spec_.maximum);
-    const long long range = static_cast<long long>(spec_.maximum) - spec_.minimum;
-    const int flat =
-        Limited(spec_.flat, static_cast<int>(std::min<long long>(range, kFarthest)), kLeastFlat, kMostFlat);
-    return std::abs(inside - centre_) <= flat ? centre_ : inside;
+    return std::abs(inside - centre_) <= flat_ ? centre_ : inside;
 }
 
 // The kernel applies the device's fuzz to the single steps only; slow drift passes it. Crossing the push threshold and
 // arriving at the centre or at an end is never noise beyond what the device itself calls so.
 bool Axis::IsNoise(int position) const {
-    const long long range = static_cast<long long>(spec_.maximum) - spec_.minimum;
-    const int bounded = static_cast<int>(std::min<long long>(range, kFarthest));
     const long long step = std::llabs(static_cast<long long>(position) - last_);
     const bool arrives = position == centre_ || position == spec_.minimum || position == spec_.maximum;
     if (step == 0 || arrives) {
         return step == 0;
     }
-    if (ZoneOf(position) != ZoneOf(last_)) {
-        return step <= std::min(spec_.fuzz, bounded / kMostFuzz);
-    }
-    return step <= Limited(spec_.fuzz, bounded, kLeastFuzz, kMostFuzz);
+    return step <= (ZoneOf(position) != ZoneOf(last_) ? crossingNoise_ : noise_);
 }
 
 std::optional<int> Axis::Settle(int position) {

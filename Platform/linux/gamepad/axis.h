@@ -44,6 +44,11 @@ private:
 
     const AxisSpec spec_;
     const int centre_;
+    const int high_;  // pushed beyond it
+    const int low_;
+    const int flat_;
+    const int noise_;          // steps up to this
+    const int crossingNoise_;  // those over the threshold of a push
     int last_;
 };
 

@@ -45,25 +45,26 @@ bool IsStandard(const libevdev* device) {
            !HasKey(device, BTN_C) && !HasKey(device, BTN_Z);
 }
 
+// Axes first: moving sticks tell far more than all the rest, and routes are looked for in their order.
 std::unique_ptr<Layout> DirectLayout::Standard(const libevdev* device) {
     auto layout = std::make_unique<DirectLayout>();
-    layout->AddButtons(device);
-    layout->AddDirections(device);
     for (unsigned axis = ABS_X; axis <= ABS_RZ; ++axis) {
         layout->AddAxis(device, axis, axis);
     }
+    layout->AddButtons(device);
+    layout->AddDirections(device);
     return layout;
 }
 
 std::unique_ptr<Layout> DirectLayout::Automatic(const libevdev* device) {
     auto layout = std::make_unique<DirectLayout>();
+    layout->AddAxes(device);
     if (IsNumberedThrough(device)) {
         layout->AddNumberedButtons(device);
     } else {
         layout->AddButtons(device);
     }
     layout->AddDirections(device);
-    layout->AddAxes(device);
     return layout;
 }
 
