@@ -88,6 +88,46 @@ protected:
     }
 };
 
+/// A service of a user whose rights to a pad come and go with the session that is shown.
+class AUser : public StoppedRemoteTest {
+protected:
+    AUser() {
+        chmod("/dev/uinput", 0666);
+        Let(true);
+        ServiceOptions options = Options();
+        options.user = kNobody;
+        std::filesystem::permissions(runtime_, std::filesystem::perms::all);
+        service_ = std::make_unique<Service>(options);
+        EXPECT_TRUE(service_->Prints("Loop to handle gamepad key event")) << service_->Tail();
+        keys_ = std::make_unique<KeyReader>();
+        EXPECT_TRUE(keys_->Found());
+        WaitUntilServed(pad_);
+    }
+    ~AUser() override { chmod("/dev/uinput", 0600); }
+
+    void Let(bool read) const { EXPECT_EQ(chmod(pad_.Node().c_str(), read ? 0666 : 0600), 0); }
+
+    UinputPad pad_{CommonPad()};
+};
+
+TEST_F(AUser, WhoMayNotReadThePadAnyMoreHasNoKeyHeldByIt) {
+    pad_.Press(BTN_SOUTH);
+    ExpectKeys(Pressed(KEY_ENTER));
+    Let(false);
+    ExpectKeys(Released(KEY_ENTER));
+    EXPECT_TRUE(service_->Prints("pad disconnected")) << service_->Tail();
+    EXPECT_FALSE(Reads(pad_.Node()));
+    pad_.Release(BTN_SOUTH);
+}
+
+TEST_F(AUser, WhoMayReadThePadAgainIsServedAgain) {
+    Let(false);
+    ASSERT_TRUE(service_->Prints("pad disconnected")) << service_->Tail();
+    Let(true);
+    WaitUntilServed(pad_);
+    ExpectNothingBefore(pad_);
+}
+
 TEST_F(Starting, WithoutTheRightToMakeAKeyboardSaysWhoGrantsIt) {
     ASSERT_EQ(chmod(kUinput, 0600), 0);
     ServiceOptions options = Options();

@@ -223,7 +223,7 @@ void HotPlug::ReadMonitor() {
     }
 }
 
-/// With udevd only nodes that could not be opened matter here: everything else waits for the rules to run.
+/// With udevd only access rights matter here: everything else waits for the rules to run.
 void HotPlug::ReadWatch() {
     const DevInputWatch::Changes changes = watch_.Read();
     if (changes.everything && monitor_ == nullptr) {
@@ -231,6 +231,7 @@ void HotPlug::ReadWatch() {
         ScanAll();
     }
     for (const std::string& node : changes.nodes) {
+        finder_.LetGoIfForbidden(node);
         if (monitor_ == nullptr) {
             ConsiderNode(node);
         } else if (const UdevDevice device = finder_.WasRefused(node) ? DeviceOf(node) : nullptr) {

@@ -2,7 +2,7 @@
 ///
 /// With udevd, its monitor tells: a pad is taken when all rules ran, for only then its class and access rights are
 /// final. Without, inotify on /dev/input does, and the pad is known by what it can do. A node that could not be opened
-/// is tried again when its access rights change.
+/// is tried again when its access rights change, and a pad whose rights are withdrawn is let go.
 #pragma once
 
 #include <pthread.h>

@@ -1,5 +1,8 @@
 #include "gamepad/pad_finder.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -75,6 +78,18 @@ void PadFinder::Disconnect(const PadPointer& pad) {
     }
     __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "pad disconnected: \"%s\" [%s]", pad->name.c_str(), pad->uid.c_str());
     listeners_.Notify(GAMEPAD_DISCONNECTED, InfoOf(*pad));
+}
+
+/// An open pad goes on telling whatever became of the rights, and its keys would go to the other user's session.
+void PadFinder::LetGoIfForbidden(const std::string& node) {
+    const PadPointer pad = pads_.ByNode(node);
+    if (pad == nullptr || faccessat(AT_FDCWD, node.c_str(), R_OK, AT_EACCESS) == 0 || errno != EACCES) {
+        return;
+    }
+    __dlog_print(LOG_ID_MAIN, DLOG_INFO, "QVXD", "the pad at %s may not be read any more; it is let go until it may",
+                 node.c_str());
+    refused_.insert(node);
+    Disconnect(pad);
 }
 
 void PadFinder::DisconnectGone() {

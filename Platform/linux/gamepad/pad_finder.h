@@ -32,6 +32,10 @@ public:
     void Disconnect(const PadPointer& pad);
     void DisconnectGone();  ///< all pads that a read found unplugged
 
+    /// Lets a pad go whose node this user may not read any more: another user's session is shown. Once the rights are
+    /// back, the node counts as refused, and is considered again.
+    void LetGoIfForbidden(const std::string& node);
+
     /// Whether the node could not be opened when it was considered last.
     bool WasRefused(const std::string& node) const { return refused_.count(node) != 0; }
     void Forget(const std::string& node) { refused_.erase(node); }
