@@ -1,7 +1,7 @@
 #include "virtual_key/print_sink.h"
 
 #include <cerrno>
-#include <string>
+#include <cstdio>
 
 #include "platform/virtual_key.h"
 #include "virtual_key/key_codes.h"
@@ -22,7 +22,8 @@ const char* ActionName(int action) {
 }  // namespace
 
 int PrintSink::Send(int platformCode, int action) {
-    const std::string line =
-        KeyName(platformCode) + ' ' + std::to_string(platformCode) + ' ' + ActionName(action) + '\n';
-    return lines_.Write(line.data(), line.size()) ? 0 : -EIO;
+    char line[80];
+    const int length =
+        std::snprintf(line, sizeof line, "%s %d %s\n", KeyName(platformCode).c_str(), platformCode, ActionName(action));
+    return lines_.Write(line, static_cast<size_t>(length)) ? 0 : -EIO;
 }
