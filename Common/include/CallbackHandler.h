@@ -1,17 +1,18 @@
 #ifndef COMMON_CALLBACKHANDLER_H
 #define COMMON_CALLBACKHANDLER_H
 
+#include <pthread.h>
+
 #include <map>
 
 #include "CThread/CMutex.h"
-#include "CThread/CRawMutex.h"
 #include "CThread/LockOrder.h"
 
 /// An object that wants to be called back.
 class GCCallback {
 public:
-    GCCallback() = default;
-    virtual ~GCCallback() { m_tCallbackMutex.Destroy(); }
+    GCCallback() { pthread_mutex_init(&m_tCallbackMutex, nullptr); }
+    virtual ~GCCallback() { pthread_mutex_destroy(&m_tCallbackMutex); }
     GCCallback(const GCCallback&) = delete;
     GCCallback& operator=(const GCCallback&) = delete;
 
@@ -21,7 +22,8 @@ public:
 
 protected:
     friend class CallbackHandler;
-    CRawMutex m_tCallbackMutex ACQUIRED_AFTER(lock_order::AfterRegistry) ACQUIRED_BEFORE(lock_order::BeforeTimeMutex);
+    /// Not recursive. A plain one, for subclasses that keep other methods of theirs from running during a callback.
+    pthread_mutex_t m_tCallbackMutex;
 };
 
 /// A set of callbacks, all of which are called when the owner fires an event, in the order of their addresses.

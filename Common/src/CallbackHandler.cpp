@@ -59,8 +59,9 @@ void CallbackHandler::ExecuteCallback(int iEvent, void* p1, void* p2, void* p3) 
         const unsigned long key = entry->first;
         GCCallback* pCb = entry->second;
         if (pCb != nullptr) {
-            CScopedLock lock(pCb->m_tCallbackMutex);
+            pthread_mutex_lock(&pCb->m_tCallbackMutex);
             pCb->t_OnCallback(iEvent, p1, p2, p3);
+            pthread_mutex_unlock(&pCb->m_tCallbackMutex);
         }
         entry = m_mCallbackMap.upper_bound(key);
     }

@@ -33,7 +33,7 @@ public:
         arguments[0] = first;
         arguments[1] = second;
         arguments[2] = third;
-        ownMutexHeld = pthread_mutex_trylock(&m_tCallbackMutex.tMutex) == EBUSY;
+        ownMutexHeld = pthread_mutex_trylock(&m_tCallbackMutex) == EBUSY;
         then();
     }
 
