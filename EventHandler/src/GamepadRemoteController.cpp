@@ -167,19 +167,20 @@ void GamepadRemoteController::m_PressVirtualKey(int virtualKey, const _gamepad_e
     VirtualKey_Send_KeyCode(virtualKey, KEY_ACTION_PRESS);
     m_iPressedKeyCode = event.code;
     m_iPressedKeyType = event.type;
-    m_bIsPressed = true;
     m_iPressedVirtualKey = virtualKey;
+    m_bIsPressed = true;
+    m_bOwesRelease = true;
     LOG_AS(OPERATION, __LINE__, DLOG_INFO, "Pressed: KeyType[%x]KeyCode[%x]VirtualKeyCode[%d]",
            static_cast<unsigned>(event.type), static_cast<unsigned>(event.code), virtualKey);
 }
 
-// The dispatcher and a pad's removal may want to release at once, and neither may hold the other's lock. Whoever gets
-// the key out of the slot sends its release; the slot counts as held until that is done, so that no press overtakes it.
+// The dispatcher and a pad's removal may want to release at once, and neither may hold the other's lock. Whoever takes
+// the debt sends the release; the slot counts as held until that is done, so that no press overtakes it.
 void GamepadRemoteController::m_SendRelease(const char* operation) {
-    const int virtualKey = m_iPressedVirtualKey.exchange(NO_KEY);
-    if (virtualKey == NO_KEY) {
+    if (!m_bOwesRelease.exchange(false)) {
         return;
     }
+    const int virtualKey = m_iPressedVirtualKey;
     LOG_AS(operation, __LINE__, DLOG_INFO, "Sent virtualkey [Release] event with code:[%d]", virtualKey);
     VirtualKey_Send_KeyCode(virtualKey, KEY_ACTION_RELEASE);
     m_bIsPressed = false;

@@ -64,6 +64,7 @@ private:
     CombineKeyHandler m_oCombineKeyHandler;
     std::atomic<int32_t> m_iPlaydeckStatus{0};
     GamepadTimer m_oHomeKeyTimer[TIMER_COUNT];
+    std::atomic<bool> m_bOwesRelease{false};  ///< the held key's release was sent by nobody yet
 };
 
 #endif
