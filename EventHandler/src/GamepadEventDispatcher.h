@@ -65,8 +65,8 @@ private:
     std::atomic<bool> m_bIsInitialized{false};
     std::atomic<bool> m_bIsStopThread{false};
     std::atomic<bool> m_bIsMenuMode{true};  ///< changes under m_tMenuModeLock
-    CRawMutex m_tDeviceLock ACQUIRED_AFTER(lock_order::AfterSingleton) ACQUIRED_BEFORE(lock_order::AfterDevice);
     CRawMutex m_tMenuModeLock ACQUIRED_AFTER(lock_order::AfterDevice) ACQUIRED_BEFORE(lock_order::AfterMenuMode);
+    CRawMutex m_tDeviceLock ACQUIRED_AFTER(lock_order::AfterSingleton) ACQUIRED_BEFORE(lock_order::AfterDevice);
     std::vector<_DeviceInfo> m_vDeviceInfoList GUARDED_BY(m_tDeviceLock);
     AppLauncher m_oAppLauncher;
     GamepadRemoteController m_oRemoteController;
