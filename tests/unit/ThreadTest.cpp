@@ -133,6 +133,24 @@ TEST_F(Thread, StartsWithAStackSizeBelowTheMinimum) {
     EXPECT_EQ(worker.runs, 1);
 }
 
+TEST_F(Thread, IsDetachedAndHasTheStackThatItAskedFor) {
+    constexpr size_t kMegabyte = 1 << 20;
+    int detachState = -1;
+    size_t stack = 0;
+    Worker worker([&] {
+        pthread_attr_t attributes;
+        pthread_getattr_np(pthread_self(), &attributes);
+        pthread_attr_getdetachstate(&attributes, &detachState);
+        pthread_attr_getstacksize(&attributes, &stack);
+        pthread_attr_destroy(&attributes);
+    });
+    ASSERT_TRUE(worker.Create("worker", kMegabyte));
+    worker.Destroy();
+    EXPECT_EQ(detachState, PTHREAD_CREATE_DETACHED);
+    EXPECT_GT(stack, kMegabyte / 2);  // less what the library and the sanitizers need of it
+    EXPECT_LE(stack, kMegabyte);
+}
+
 TEST_F(Thread, IsWaitedForAsLongAsItsBodyRuns) {
     std::promise<void> leave;
     std::atomic<bool> returned{false};
