@@ -2,7 +2,9 @@
 // as pushed.
 
 #include <climits>
+#include <thread>
 
+#include "../../EventHandler/src/GamepadEventDispatcher.h"
 #include "running_service.h"
 
 namespace {
@@ -246,6 +248,18 @@ TEST_F(WhileAKeyIsHeld, TheReleaseWaitsForNoEventThatIsBeingHandled) {
     door.Open();
     ASSERT_TRUE(platform.WaitUntilNoticesTold());
     EXPECT_THAT(platform.TakeKeys(), ElementsAre(Tapped(71), Released(36)));
+}
+
+TEST_F(WhileAKeyIsHeld, TheReleaseWaitsForNoSwitchOfMenuMode) {
+    Door door;
+    platform.OnMessage("Menu Mode has started already!", door.Hook());
+    std::thread switching([] { Singleton<GamepadEventDispatcher>::GetInstance()->StartMenuMode(); });
+    EXPECT_TRUE(door.WaitForVisitor());  // the menu-mode lock is held
+    platform.Disconnect("stranger");
+    EXPECT_TRUE(platform.WaitForKeys(1));
+    door.Open();
+    switching.join();
+    EXPECT_THAT(platform.TakeKeys(), ElementsAre(Released(36)));
 }
 
 // ---- Locks
