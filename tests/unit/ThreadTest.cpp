@@ -215,6 +215,20 @@ TEST_F(Thread, ThatCouldNotStartStartsAtTheNextTry) {
     EXPECT_EQ(worker.runs, 1);
 }
 
+TEST_F(Thread, ForgetsItsKernelIdWhenItIsCreatedAgain) {
+    Worker worker;
+    worker.Create("worker", kStack);
+    worker.Destroy();
+    EXPECT_GT(worker.Tid(), 0);
+    faults.FailNext("pthread_create", EAGAIN);
+    worker.Create("worker", kStack);
+    EXPECT_EQ(worker.Tid(), -1);
+    platform.TakeErrors();
+    ASSERT_TRUE(worker.Create("worker", kStack));
+    EXPECT_THAT(platform.TakeAsserts(), ElementsAre(kSemaphoreCreated)) << "the exit semaphore stayed created";
+    worker.Destroy();
+}
+
 TEST_F(Thread, IsNotStartedWithoutMemoryForItsSemaphores) {
     for (const int semaphore : {1, 2}) {
         Worker worker;
