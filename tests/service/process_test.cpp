@@ -154,6 +154,21 @@ TEST_F(TheProcess, QuitsOnlyALoopThatExists) {
     EXPECT_EQ(platform.Timeline(), before);
 }
 
+TEST_F(WholeProgram, EndedDuringItsStartPollsNoPad) {
+    Door door;
+    platform.AddPad("pad");
+    platform.OnCall("gamepad_get_abs_value_range", door.CallHook());
+    ServiceProcess process(platform);
+    ASSERT_TRUE(runTime.WaitForLoopCall("g_main_loop_run"));
+    ASSERT_TRUE(door.WaitForVisitor());
+    process.Signal(SIGTERM);
+    ASSERT_TRUE(platform.WaitForLog("Wait [GamepadEventDispatcher] thread exit..."));
+    door.Open();
+    EXPECT_EQ(process.WaitForEnd(), 0);
+    EXPECT_EQ(platform.CallCount("gamepad_get_events"), 0);
+    EXPECT_EQ(platform.CallCount("gamepad_destroy_device"), 1);
+}
+
 // ---- A start that fails
 
 class AFailedStart : public WholeProgram {
@@ -304,6 +319,23 @@ TEST_F(AFailedStartOfTheMonitor, MayBeMetByFocusSignals) {
     ASSERT_TRUE(platform.WaitUntilAppStatusTold());
     Singleton<GamepadEventDispatcher>::DestroyInstance();
     EXPECT_EQ(PlacesOf(platform, "Destructor is called").size(), PlacesOf(platform, "Constructor is called").size());
+}
+
+TEST_F(WholeProgram, ADispatcherWithoutItsMonitorPollsUntilItDies) {
+    is_gamepad_service_accessible = true;
+    platform.AllowErrors();
+    platform.AddPad("pad");
+    runTime.RefuseThread(RunTime::kMonitor - 1);  // there is no relay
+    {
+        GamepadEventDispatcher dispatcher;
+        EXPECT_FALSE(dispatcher.Initialize());
+        EXPECT_TRUE(dispatcher.FlagCreate());
+        const int before = platform.CallCount("gamepad_get_events");
+        EXPECT_TRUE(platform.WaitForCall("gamepad_get_events", before + 2));
+        EXPECT_EQ(platform.CallCount("gamepad_close"), 0);
+    }
+    EXPECT_THAT(platform.Leftovers(), IsEmpty());
+    EXPECT_THAT(platform.TakeAsserts(), ElementsAre(Asserted("FlagCreate() == false", "CSemaphore.cpp")));
 }
 
 // A platform may tell everything on one thread. What is told may need an instance while the platform waits for its end.
