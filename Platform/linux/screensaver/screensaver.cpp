@@ -7,6 +7,7 @@
 
 #include "events/resident.h"
 #include "locks/locks.h"
+#include "memory/memory.h"
 #include "platform/dlog.h"
 #include "screensaver/screensavers.h"
 #include "settings/computed_keys.h"
@@ -85,8 +86,11 @@ int Reset() {
     Use& use = TheUse();
     const Hold lock(use.lock);
     StartLocked(use);
-    use.savers->Post(
-        [isWatched = use.isWatched](Screensavers& savers) { isWatched ? savers.Reset() : savers.ResetAndLinger(); });
+    use.savers->Post([isWatched = use.isWatched](Screensavers& savers) {
+        isWatched ? savers.Reset() : savers.ResetAndLinger();
+        // What all this has needed is not needed again before the next reset, half a minute later.
+        GiveBackFilePages();
+    });
     return use.savers->Works() && !use.isHelpless ? 0 : -1;
 }
 

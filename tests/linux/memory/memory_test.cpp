@@ -7,6 +7,10 @@
 #include <regex>
 #include <string>
 
+#include "own_settings.h"
+#include "platform/screensaver.h"
+#include "program.h"
+
 namespace {
 
 // In KiB, of the files that the process has mapped.
@@ -36,6 +40,15 @@ TEST(FilePages, AreGivenBack) {
     const long before = FilePages();
     GiveBackFilePages();
     EXPECT_LT(FilePages(), before / 2) << before;
+}
+
+// Which comes every half a minute while a pad is used, and needs much that nothing else does.
+TEST(FilePages, AreGivenBackAfterTheScreensaversAreReset) {
+    const OwnSettings settings;
+    ASSERT_TRUE(Matches());
+    const long before = FilePages();
+    EXPECT_EQ(screensaver_reset(), 0);
+    EXPECT_TRUE(WaitUntil([before] { return FilePages() < before; })) << before << ", now " << FilePages();
 }
 
 TEST(FilePages, ComeBackWhenTheyAreNeeded) {
