@@ -23,6 +23,7 @@ constexpr int kPairs = 1000;
 constexpr int kStickRate = 125;   // as a wired pad reports
 constexpr int kFloodRate = 1000;  // as a fast wireless pad does
 constexpr milliseconds kTry{200};
+constexpr milliseconds kDeafness{90000};  // xboxdrv waits for USB devices alone in its first minute
 
 using Figures = std::function<void(const char*, double)>;
 
@@ -42,13 +43,13 @@ void AwaitUdevd(const UinputPad& pad) {
 }
 
 void AwaitReady(UinputPad& pad, Keyboard& keyboard) {
-    const bool ready = Until([&] {
+    const auto answers = [&] {
         pad.Press(BTN_SOUTH);
         const bool pressed = keyboard.WaitForPress(kTry);
         pad.Release(BTN_SOUTH);
         return pressed;
-    });
-    if (!ready) {
+    };
+    if (!Until(answers, kDeafness)) {
         throw std::runtime_error("no key comes");
     }
     std::this_thread::sleep_for(kSettling);
