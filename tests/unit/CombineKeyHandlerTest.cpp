@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <future>
 #include <memory>
 #include <string>
 
@@ -22,6 +23,8 @@ using testing::ElementsAre;
 using testing::Field;
 using testing::IsEmpty;
 
+/// How long a test watches that something does not happen. Too short a time hides a fault; it never invents one.
+constexpr milliseconds kForAWhile{50};
 constexpr int kPollsOfASecond = 20;  // 1000 ms in polls of 50 ms
 
 /// Buttons 10 and 11 as the service registers them: 11 alone is 74, both for 1000 ms are 124.
@@ -127,6 +130,30 @@ TEST_F(Combination, EndsItsThreadAtDestroy) {
     EXPECT_TRUE(SaidBy("t_Main", "Exit CombinedHandle-Thread"));
     handler.Destroy();
     EXPECT_THAT(platform.TakeAsserts(), IsEmpty());
+}
+
+TEST_F(Combination, OnceDestroyedMeasuresNoHoldAnyMore) {
+    handler.Destroy();
+    Press(10);
+    Press(11);
+    ASSERT_TRUE(platform.WaitForLog("Exit CombinedHandle-Thread"));
+    EXPECT_TRUE(handler.FlagCreate());
+    EXPECT_THAT(platform.TakeKeys(), IsEmpty());
+}
+
+TEST_F(Combination, TakesNoEventWhileItSendsItsKey) {
+    std::future<void> released;
+    platform.OnCall("VirtualKey_Send_KeyCode", [&](const Call&) {
+        released = std::async(std::launch::async, [this] { Release(10); });
+        EXPECT_EQ(released.wait_for(kForAWhile), std::future_status::timeout);
+    });
+    handler.RegisterCombinationKey(20, -1, 21, -1, 203, 1);
+    Press(20);
+    Press(21);
+    ASSERT_TRUE(platform.WaitForKeys(1));
+    handler.Destroy();
+    platform.OnCall("VirtualKey_Send_KeyCode", nullptr);
+    released.get();
 }
 
 TEST_F(Combination, ThatDiesEndsItsThread) {

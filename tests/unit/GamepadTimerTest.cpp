@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,6 +26,8 @@ using testing::IsEmpty;
 
 constexpr unsigned long kShort = 100;
 constexpr unsigned long kLong = 600000;
+/// How long a test watches that something does not happen. Too short a time hides a fault; it never invents one.
+constexpr milliseconds kForAWhile{50};
 
 class Alarm : public GCCallback {
 public:
@@ -34,6 +38,9 @@ public:
         lastEvent = event;
         device = *static_cast<int*>(first);
         restIsNull = second == nullptr && third == nullptr;
+        if (whileItRings) {
+            whileItRings();
+        }
         ++calls;
     }
 
@@ -42,6 +49,7 @@ public:
     int device = -1;
     bool restIsNull = false;
     std::string thread;
+    std::function<void()> whileItRings;
 };
 
 constexpr char kThread[] = "gamepad-timer-t";
@@ -223,6 +231,31 @@ TEST_F(Timer, MayBeGivenAnotherTime) {
     timer.StartTimer();
     ASSERT_TRUE(platform.WaitForLog("Wait[100]ms!"));
     ASSERT_TRUE(platform.WaitForLog("Timeout!"));
+}
+
+TEST_F(Timer, TellsItsTimeOnlyBetweenItsWaits) {
+    Create(kLong);
+    timer.StartTimer();
+    ASSERT_TRUE(platform.WaitForLog("Wait[600000]ms!"));
+    std::future<unsigned long> told = std::async(std::launch::async, [this] { return timer.GetWaitMSec(); });
+    EXPECT_EQ(told.wait_for(kForAWhile), std::future_status::timeout);
+    timer.StopTimer();
+    EXPECT_EQ(told.get(), kLong);
+}
+
+TEST_F(Timer, TakesNoOtherTimeWhileItsCallbacksRun) {
+    std::future<void> changed;
+    alarm.whileItRings = [&] {
+        changed = std::async(std::launch::async, [this] { timer.SetWaitMSec(kLong); });
+        EXPECT_EQ(changed.wait_for(kForAWhile), std::future_status::timeout);
+    };
+    Create(kShort);
+    timer.StartTimer();
+    ASSERT_TRUE(platform.WaitForLog("Timeout!"));
+    timer.DestroyTimer();
+    ASSERT_EQ(alarm.calls, 1);
+    changed.get();
+    EXPECT_EQ(timer.GetWaitMSec(), kLong);
 }
 
 TEST_F(Timer, ThatDiesEndsItsThread) {
