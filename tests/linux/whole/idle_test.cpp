@@ -18,7 +18,7 @@
 namespace {
 
 constexpr char kDispatcher[] = "GamepadEventDis";
-constexpr int kSettling = 40;  // passes in which what was under way comes to its end
+constexpr int kSettling = 40;  // passes after which what was under way has come to its end
 constexpr milliseconds kObservation{120000};
 constexpr milliseconds kBetweenLooks{500};
 constexpr int kPasses = 150;  // of 50 ms and a little more: some ten seconds
@@ -44,24 +44,25 @@ public:
           threads_(ThreadsOf(process)),
           tracer_({"strace", "-f", "-qq", "-o", file_, "-p", std::to_string(process)}) {}
 
-    /// The finished calls in so many passes of the dispatcher, after the first ones; nothing before there are so many.
+    /// The finished calls in so many passes of the dispatcher, after the first ones in a row in which nobody else made
+    /// a call; nothing before there are so many.
     std::optional<Calls> After(int settling, int passes) const {
         Calls calls;
         std::ifstream lines(file_);
-        for (std::string line; std::getline(lines, line);) {
+        int quiet = 0;
+        for (std::string line; passes > 0 && std::getline(lines, line);) {
             const auto [thread, call] = Finished(line);
-            const bool isPass = thread == kDispatcher && line.find("tv_nsec=50000000") != std::string::npos;
-            if (settling + passes == 0) {
-                return calls;
+            const int pass = thread == kDispatcher && line.find("tv_nsec=50000000") != std::string::npos ? 1 : 0;
+            if (quiet < settling) {
+                quiet = thread == kDispatcher || call.empty() ? quiet + pass : 0;
+                continue;
             }
-            if (settling == 0 && !call.empty()) {
+            if (!call.empty()) {
                 ++calls[thread][call];
             }
-            if (isPass) {
-                --(settling > 0 ? settling : passes);
-            }
+            passes -= pass;
         }
-        return std::nullopt;
+        return passes == 0 ? std::optional<Calls>(calls) : std::nullopt;
     }
 
 private:
@@ -82,17 +83,66 @@ private:
     const Program tracer_;
 };
 
-class WithEverythingConnected : public WholeProgram {
+class Idle : public WholeProgram {
+protected:
+    /// Where nobody else makes files: changes of settings are watched for in all folders above them.
+    void StartApart() {
+        environment_["XDG_RUNTIME_DIR"] = "/run/quorvex-test";
+        environment_["HOME"] = "/run/quorvex-test";
+        StartAfter("mount -t tmpfs tmpfs /run; mkdir /run/quorvex-test");
+    }
+
+    /// What it does in kPasses passes.
+    Calls Observe() {
+        const Trace trace(Running().Pid(), folder_.Path("trace"));
+        std::optional<Calls> calls;
+        EXPECT_TRUE(
+            Until([&] { return (calls = trace.After(kSettling, kPasses)).has_value(); }, kObservation, kBetweenLooks));
+        for (const auto& [thread, count] : calls.value_or(Calls{})) {
+            for (const auto& [call, times] : count) {
+                std::cout << thread << ": " << call << ' ' << times << std::endl;
+            }
+        }
+        return calls.value_or(Calls{});
+    }
+};
+
+/// Nothing but a sleep for each pass and a read of each pad. The testbed, which stands in for the kernel, asks before
+/// each read in two messages what there is to read, and gives way to others.
+void ExpectPasses(Calls calls, int pads) {
+    const int reads = pads * kPasses;
+    std::map<std::string, int>& made = calls[kDispatcher];
+    EXPECT_NEAR(made["clock_nanosleep"], kPasses + reads, 1 + pads);
+    EXPECT_NEAR(made["read"], reads, pads);
+    EXPECT_NEAR(made["sendto"], 2 * reads, 2 * pads);
+    EXPECT_NEAR(made["recvfrom"], 2 * reads, 2 * pads);
+    for (const char* const call : {"clock_nanosleep", "read", "sendto", "recvfrom"}) {
+        made.erase(call);
+    }
+    EXPECT_THAT(made, testing::IsEmpty());
+    calls.erase(kDispatcher);
+    calls.erase("GamepadMonitor");  // it may be half a minute since it woke up
+    EXPECT_THAT(calls, testing::IsEmpty());
+}
+
+class WithPads : public Idle, public testing::WithParamInterface<int> {};
+
+TEST_P(WithPads, APassIsOneSleepAndOneReadOfEach) {
+    Plug(GetParam());
+    StartApart();
+    ExpectPasses(Observe(), GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Pads, WithPads, testing::Values(0, 1, 4));
+
+class WithEverythingConnected : public Idle {
 protected:
     void SetUp() override {
         for (const auto& [name, value] : desktop_.Variables()) {
             environment_[name] = value;
         }
         Plug();
-        // Where nobody else makes files: changes of settings are watched for in all folders above them.
-        environment_["XDG_RUNTIME_DIR"] = "/run/quorvex-test";
-        environment_["HOME"] = "/run/quorvex-test";
-        StartAfter("mount -t tmpfs tmpfs /run; mkdir /run/quorvex-test");
+        StartApart();
         const Window window;
         Expect("Process[" + std::to_string(window.Pid()) + "]'s status change to: AUL_PROC_STATUS_FOCUS");
         Child game = desktop_.Games().Game();
@@ -122,24 +172,7 @@ protected:
 };
 
 TEST_F(WithEverythingConnected, OnlyTheDispatcherMakesCallsWhileNothingHappens) {
-    const Trace trace(Running().Pid(), folder_.Path("trace"));
-    std::optional<Calls> calls;
-    ASSERT_TRUE(
-        Until([&] { return (calls = trace.After(kSettling, kPasses)).has_value(); }, kObservation, kBetweenLooks));
-    for (const auto& [thread, count] : *calls) {
-        for (const auto& [call, times] : count) {
-            std::cout << thread << ": " << call << ' ' << times << std::endl;
-        }
-    }
-    // A read for each pass; the testbed, which stands in for the kernel, asks beforehand what there is to read.
-    EXPECT_NEAR((*calls)[kDispatcher]["read"], kPasses, 1);
-    for (const char* const call : {"clock_nanosleep", "read", "futex", "sendto", "recvfrom"}) {
-        (*calls)[kDispatcher].erase(call);
-    }
-    EXPECT_THAT((*calls)[kDispatcher], testing::IsEmpty());
-    calls->erase(kDispatcher);
-    calls->erase("GamepadMonitor");  // it may be half a minute since it woke up
-    EXPECT_THAT(*calls, testing::IsEmpty());
+    ExpectPasses(Observe(), /*pads=*/1);
 }
 
 // In KiB, from what the kernel sums up of all its mappings.

@@ -59,11 +59,13 @@ WholeProgram::WholeProgram() : program_path_(CopyForEveryone(folder_, QUORVEX_PR
 }
 
 // The testbed is its maker's alone, and so is the terminal that stands in for the device.
-void WholeProgram::Plug() {
-    pads_.Plug(kNode, StandardPad());
+void WholeProgram::Plug(int pads) {
     const std::string root = std::getenv("UMOCKDEV_DIR");
-    OutputOf("chmod -R a+rwX " + root);
-    chmod((root + "/dev/input/event" + std::to_string(kNode)).c_str(), 0666);
+    for (int node = kNode; node < kNode + pads; ++node) {
+        pads_.Plug(node, StandardPad());
+        OutputOf("chmod -R a+rwX " + root);
+        chmod((root + "/dev/input/event" + std::to_string(node)).c_str(), 0666);
+    }
 }
 
 ServiceOptions WholeProgram::Options(uid_t user) const {

@@ -27,7 +27,7 @@ protected:
     void ExpectKeys();
     /// Ends it in good order. All that the platform told are messages with these beginnings, each once.
     void ExpectGoodEndAfter(std::vector<std::string> told);
-    void Plug();
+    void Plug(int pads = 1);
     Service& Running() { return *program_; }
 
     Environment environment_;
