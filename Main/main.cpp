@@ -32,9 +32,19 @@ struct ReceivedSignals {
 };
 ReceivedSignals s_tReceived;
 
+// True when there was a loop to ask.
+bool AskMainLoopToQuit() {
+    CScopedLock lock(s_tLoopLock);
+    if (gLoop == nullptr) {
+        return false;
+    }
+    g_main_loop_quit(gLoop);
+    return true;
+}
+
 /// Does what the signal handler may not do itself. The log and g_main_loop_quit take locks; a handler that called them
 /// would wait for ever when the thread that it interrupted holds one. So the handler only counts the signal and clears
-/// the flag, and this thread writes the message and ends the loop a moment later.
+/// the flag, and this thread writes the message and ends the loop a moment later. It ends the loop for others, too.
 class SignalRelay : public CThread {
 public:
     void t_Main() override;
@@ -80,9 +90,14 @@ void SignalRelay::LogReceived() {
 }
 
 void SignalRelay::m_HandleReceived() {
+    constexpr std::chrono::milliseconds RETRY{1};
     LogReceived();
-    if (s_tReceived.bQuitsLoop.exchange(false)) {
-        QuitMainLoop();
+    if (!s_tReceived.bQuitsLoop.exchange(false)) {
+        return;
+    }
+    // A loop that exists but does not run yet forgets that it was asked, so it is asked until it is gone.
+    while (AskMainLoopToQuit()) {
+        std::this_thread::sleep_for(RETRY);
     }
 }
 
@@ -105,16 +120,6 @@ bool StartWithHandlers(SignalRelay& relay) {
     sigaction(SIGUSR1, &action, nullptr);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return isRelayStarted;
-}
-
-// True when there was a loop to ask.
-bool AskMainLoopToQuit() {
-    CScopedLock lock(s_tLoopLock);
-    if (gLoop == nullptr) {
-        return false;
-    }
-    g_main_loop_quit(gLoop);
-    return true;
 }
 
 void ReleaseMainLoop() {
@@ -149,11 +154,11 @@ void sig_handler(int signo) {
     errno = savedErrno;
 }
 
+// The relay sees to it that the loop ends; the caller may be a thread that main is about to wait for.
 void QuitMainLoop() {
-    constexpr std::chrono::milliseconds RETRY{1};
-    // A loop that exists but does not run yet forgets that it was asked, so it is asked until it is gone.
-    while (AskMainLoopToQuit()) {
-        std::this_thread::sleep_for(RETRY);
+    if (AskMainLoopToQuit() && s_tReceived.bIsRelayed) {
+        s_tReceived.bQuitsLoop = true;
+        sem_post(&s_tReceived.tWakeUp);
     }
 }
 

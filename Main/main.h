@@ -20,8 +20,8 @@ void DeInitialize();
 /// The handler of SIGTERM and SIGUSR1. Safe on any thread at any moment.
 void sig_handler(int signo);
 
-/// Ends the main loop and returns once main has seen it; without a loop, nothing happens. Any thread but main, not
-/// from a signal handler.
+/// Asks the main loop to end and does not wait for it; without a loop, nothing happens. Any thread, not from a signal
+/// handler.
 void QuitMainLoop();
 
 #endif

@@ -1,7 +1,7 @@
 /* The process: its start and its end against signals and the platform's notices.
 
    Mirrors Main/main.cpp main Initialize DeInitialize sig_handler QuitMainLoop AskMainLoopToQuit ReleaseMainLoop
-   Mirrors Main/main.cpp SignalRelay::t_Main SignalRelay::Destroy SignalRelay::~SignalRelay
+   Mirrors Main/main.cpp SignalRelay::t_Main SignalRelay::m_HandleReceived SignalRelay::Destroy SignalRelay::~SignalRelay
    Mirrors Common/include/CThread/Singleton.h Lease GetInstance DestroyInstance
    Mirrors EventHandler/src/GamepadEventDispatcher.cpp GamepadEventDispatcher::Initialize
    Mirrors EventHandler/src/GamepadEventDispatcher.cpp GamepadEventDispatcher::DeInitialize
@@ -211,13 +211,12 @@ proctype Events() {
 
 /* Asking the loop and releasing it are one step each: s_tLoopLock sees to that. */
 inline QuitMainLoop() {
-    do
-    :: !hasLoop -> break
-    :: atomic { hasLoop -> runs = false };
-#ifdef FAULT_QUIT_ONCE
-        break
-#endif
-    od
+    bool asked;
+    atomic { asked = hasLoop; runs = runs && !asked };
+    if
+    :: asked -> quitsLoop = true; posts++
+    :: else
+    fi
 }
 
 inline Handle() {
@@ -243,7 +242,14 @@ inline HandleReceived() {
     bool quits;
     atomic { quits = quitsLoop; quitsLoop = false };
     if
-    :: quits -> QuitMainLoop()
+    :: quits ->
+        do
+        :: !hasLoop -> break
+        :: atomic { hasLoop -> runs = false };
+#ifdef FAULT_QUIT_ONCE
+            break
+#endif
+        od
     :: else
     fi
 }

@@ -1,5 +1,6 @@
 // The dispatcher's thread: how it opens the gamepad library, polls the pads and routes each event, and how it ends.
 
+#include <glib.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <thread>
 
 #include "../../EventHandler/src/GamepadEventDispatcher.h"
+#include "main.h"
 #include "running_service.h"
 
 namespace {
@@ -167,6 +169,21 @@ TEST_P(AnAnswerToOpening, OtherThanOneIsARefusal) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ByTheLibrary, AnAnswerToOpening, testing::Values(0, -1, 2));
+
+// In a process of its own, where main has never run and nobody releases the loop.
+TEST_F(WholeProgram, TheLoopOfAnotherMainIsAskedToEndAndNotWaitedFor) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto live = [this] {
+        alarm(60);
+        platform.FailAlways("gamepad_open_for_custom_mode");
+        gLoop = g_main_loop_new(nullptr, TRUE);
+        GamepadEventDispatcher dispatcher;
+        const bool isAsked = dispatcher.Initialize() && runTime.WaitForLoopCall("g_main_loop_quit");
+        dispatcher.DeInitialize();
+        _exit(isAsked && !g_main_loop_is_running(gLoop) ? 0 : 1);
+    };
+    EXPECT_EXIT(live(), testing::ExitedWithCode(0), "");
+}
 
 // ---- Polling
 
