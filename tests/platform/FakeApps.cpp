@@ -19,8 +19,9 @@ void FakeApps::SendAppStatus(int pid, int status) {
         const aul_app_status_fn handler = handler_;
         void* const data = data_;
         lock.unlock();
-        if (handler != nullptr) {
-            handler(pid, status, data);
+        if (handler != nullptr && handler(pid, status, data) != 0) {
+            lock.lock();
+            recorder_.ViolateLocked("an application status callback does not return 0");
         }
     });
 }

@@ -11,7 +11,7 @@
 
 /// Application status. No application runs at first; status 2 is "focused".
 /// Signals come on the thread "aul-lib". Unregistering waits for the signal that is being delivered.
-/// Strict: one listener at a time, and only he leaves.
+/// Strict: one listener at a time, who answers 0, and only he leaves.
 class FakeApps {
 public:
     explicit FakeApps(CallRecorder& recorder) : recorder_(recorder), thread_("aul-lib") {}

@@ -356,7 +356,8 @@ TEST(TheStore, AnswersSoonOrWhenToldOrNeverOrRefuses) {
 
 std::atomic<int> lastStatus{0};
 int NoteStatus(int /*pid*/, int status, void* /*data*/) {
-    return lastStatus = status;
+    lastStatus = status;
+    return status == 3 ? 1 : 0;
 }
 
 TEST(Applications, AreKnownByPidAndSignalTheirStatus) {
@@ -369,6 +370,9 @@ TEST(Applications, AreKnownByPidAndSignalTheirStatus) {
     EXPECT_EQ(aul_app_get_status("game"), 2);
     EXPECT_EQ(aul_app_get_appid_bypid(13, id, sizeof id), -1);
     aul_listen_app_status_signal(NoteStatus, nullptr);
+    platform.SendAppStatus(12, 3);
+    ASSERT_TRUE(platform.WaitUntilAppStatusTold());
+    EXPECT_THAT(platform.TakeViolations(), ElementsAre(HasSubstr("does not return 0")));
     platform.SendAppStatus(12, 5);
     ASSERT_TRUE(platform.WaitUntilAppStatusTold());
     aul_listen_app_status_signal(nullptr, nullptr);
