@@ -523,6 +523,24 @@ TEST_F(TheFocus, TheListIsLockedWhileANewGameIsAskedAfter) {
     ASSERT_TRUE(platform.WaitUntilNoticesTold());
 }
 
+TEST_F(TheFocus, TheListIsLockedUntilANewGameHasStoppedMenuMode) {
+    Plug("pad");
+    Open(kGame);
+    platform.SetApp(124, "b.game", 2);
+    Door door;
+    platform.OnCall("VirtualKey_Send_KeyCode", door.CallHook());
+    platform.PressButton("pad", 0);
+    ASSERT_TRUE(door.WaitForVisitor());
+    platform.SendGameAppNotice(GAMEAPP_OPENED, 124);
+    ASSERT_TRUE(platform.WaitForLog("The new added gameapp (pid=124) is focus, stop menumode."));
+    platform.SendAppStatus(kGame, kFocus);
+    EXPECT_FALSE(platform.WaitUntilAppStatusTold(kForAWhile));
+    EXPECT_FALSE(platform.Logged(DLOG_INFO, "A game app[123] on focus, so mark that"));
+    door.Open();
+    ASSERT_TRUE(platform.WaitUntilAppStatusTold());
+    ASSERT_TRUE(platform.WaitUntilNoticesTold());
+}
+
 // A focus signal lets go of the list before it waits for the event that the dispatcher handles.
 TEST_F(TheFocus, TheListIsFreeWhileMenuModeIsSwitched) {
     Plug("pad");
