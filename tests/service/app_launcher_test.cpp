@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "AppLauncher.h"
 #include "service_test.h"
 
 namespace {
@@ -678,6 +679,31 @@ TEST_F(ABoundButton, MayBePressedAgainAndAgain) {
     ASSERT_TRUE(platform.WaitUntilHandled(kPad));
     EXPECT_THAT(platform.TakeKeys(), SizeIs(50));
     EXPECT_EQ(platform.CallCount(kQuery), 50);
+}
+
+// Asked of the class itself.
+
+TEST_F(ABoundButton, IsUsedForALaunchOrLeftToOthers) {
+    AppLauncher launcher;
+    ASSERT_TRUE(launcher.Initialize());
+    EXPECT_TRUE(launcher.LaunchAppCheck(0));
+    EXPECT_FALSE(launcher.LaunchAppCheck(1)) << "without a title";
+    EXPECT_FALSE(launcher.LaunchAppCheck(99)) << "not bound";
+    SetAnswer(3);
+    EXPECT_FALSE(launcher.LaunchAppCheck(0)) << "not supported";
+    Change(kConsent, 0);
+    EXPECT_TRUE(launcher.LaunchAppCheck(0)) << "for the notice";
+    EXPECT_THAT(platform.TakeKeys(), ElementsAre(Tapped(731), Tapped(731)));
+}
+
+TEST_F(ABoundButton, StaysBoundThroughDeInitialize) {
+    AppLauncher launcher;
+    ASSERT_TRUE(launcher.Initialize());
+    launcher.DeInitialize();
+    launcher.DeInitialize();
+    Change(kConsent, 0);
+    EXPECT_TRUE(launcher.LaunchAppCheck(0));
+    EXPECT_THAT(platform.TakeKeys(), ElementsAre(Tapped(731)));
 }
 
 // Life and memory.

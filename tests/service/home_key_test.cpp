@@ -363,6 +363,9 @@ TEST_P(FromDevice, TheHoldIsTimedForTheFirstFourOnly) {
     if (GetParam() > 3) {
         EXPECT_THAT(platform.LogLines(), Contains(Info(kHandleHome, "[HomeKey]invalid device id:[" + id + "]")));
         EXPECT_THAT(platform.LogMessages(), Not(Contains(StartsWith("[HomeKey Press]"))));
+        Release(kHome);
+        EXPECT_EQ(platform.LogCount(DLOG_INFO, "[HomeKey]invalid device id:[" + id + "]"), 2);
+        EXPECT_THAT(platform.LogMessages(), Not(Contains(StartsWith("[HomeKey Release]"))));
         return;
     }
     ASSERT_TRUE(clock.WaitForNap(kTimerThread));
