@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -494,6 +495,37 @@ TEST_F(TheMonitorAlone, WithoutMemoryIsNotCreated) {
         EXPECT_EQ(platform.LogCount(DLOG_ERROR, "Create[GamepadMonitor] thread failed!"), allocation);
     }
     EXPECT_THAT(platform.Leftovers(), IsEmpty());
+}
+
+TEST_F(TheMonitorAlone, KeepsItsWatchesWithoutAThread) {
+    platform.SetSmartMonitor(true);
+    platform.AllowErrors();
+    platform.AllowAsserts();  // the semaphore of the thread's end outlives the failed start
+    {
+        GamepadMonitor monitor;
+        faults::RefuseThread(1);
+        EXPECT_EQ(monitor.Create(), STATUS_FAILURE);
+        EXPECT_THAT(platform.Leftovers(), SizeIs(2));
+        GamepadMonitor::ScreenSaverStatusCallback(platform.MakeNode(true), &monitor);
+    }
+    EXPECT_THAT(platform.Leftovers(), IsEmpty());
+}
+
+TEST_F(TheMonitorAlone, LetsAReportWaitForACycleUnderWay) {
+    GamepadMonitor monitor;
+    std::future<void> reported;
+    platform.OnCall(kReset, [&](const Call&) {
+        reported = std::async(std::launch::async, [&] { monitor.IncreaseActiveNumber(); });
+        EXPECT_EQ(reported.wait_for(milliseconds(50)), std::future_status::timeout);
+    });
+    ASSERT_EQ(monitor.Create(), STATUS_SUCCESS);
+    monitor.Start();
+    ASSERT_TRUE(clock.WaitForNap(kThread));
+    monitor.IncreaseActiveNumber();
+    ASSERT_TRUE(clock.AdvanceToNextNap(kThread, kCycle));
+    reported.get();
+    monitor.Destroy();
+    EXPECT_EQ(platform.CallCount(kReset), 1);
 }
 
 TEST_F(TheMonitorAlone, DoesNothingForNobody) {
