@@ -100,7 +100,8 @@ TEST_F(Plugging, TwoHundredTimesLeaksNothing) {
     for (size_t pad = 0; pad < kPads && !HasFailure(); ++pad) {
         cycle(pad % 2 == 0);
     }
-    EXPECT_TRUE(Until([&] { return service_->OpenFiles().size() == files; }, kPatience))
+    // What the first pad needed may not all have been closed by then.
+    EXPECT_TRUE(Until([&] { return service_->OpenFiles().size() <= files; }, kPatience))
         << "open: " << testing::PrintToString(service_->OpenFiles());
     EXPECT_EQ(service_->Threads(), threads);
     EXPECT_THAT(keys_->HeldKeys(), IsEmpty());
