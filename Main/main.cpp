@@ -24,6 +24,15 @@ CRawMutex s_tLoopLock ACQUIRED_BEFORE(lock_order::BeforeTimeMutex);
 /// What the handler leaves for the relay. Atomics and a POSIX semaphore are all that a handler may touch.
 struct ReceivedSignals {
     ReceivedSignals() { sem_init(&tWakeUp, 0, 0); }
+    void Note(int signo, bool quitsLoop) {
+        if (signo > 0 && signo < NSIG) {
+            ++aCount[signo];
+        }
+        if (quitsLoop) {
+            bQuitsLoop = true;
+        }
+        sem_post(&tWakeUp);
+    }
 
     std::atomic<unsigned> aCount[NSIG] = {};
     std::atomic<bool> bQuitsLoop{false};
@@ -51,9 +60,8 @@ public:
     ~SignalRelay() override;
     void Destroy() override;
 
-    static void LogReceived();
-
 private:
+    static void m_LogReceived();
     static void m_HandleReceived();
 
     std::atomic<bool> m_bExit{false};
@@ -81,7 +89,7 @@ void SignalRelay::t_Main() {
     }
 }
 
-void SignalRelay::LogReceived() {
+void SignalRelay::m_LogReceived() {
     for (int signo = 1; signo < NSIG; ++signo) {
         for (unsigned left = s_tReceived.aCount[signo].exchange(0); left > 0; --left) {
             LOG_AS("sig_handler", __LINE__, DLOG_INFO, "Received Signal[%d]", signo);
@@ -91,7 +99,7 @@ void SignalRelay::LogReceived() {
 
 void SignalRelay::m_HandleReceived() {
     constexpr std::chrono::milliseconds RETRY{1};
-    LogReceived();
+    m_LogReceived();
     if (!s_tReceived.bQuitsLoop.exchange(false)) {
         return;
     }
@@ -135,19 +143,14 @@ void sig_handler(int signo) {
     if (signo == SIGUSR1) {
         is_gamepad_service_accessible = false;
     }
-    if (signo > 0 && signo < NSIG) {
-        ++s_tReceived.aCount[signo];
-    }
     // Only a signal that finds a loop ends one; an earlier one is logged and no more.
-    if ((signo == SIGUSR1 || signo == SIGTERM) && gLoop != nullptr) {
-        s_tReceived.bQuitsLoop = true;
-    }
+    const bool quitsLoop = (signo == SIGUSR1 || signo == SIGTERM) && gLoop != nullptr;
     if (s_tReceived.bIsRelayed) {
-        sem_post(&s_tReceived.tWakeUp);
+        s_tReceived.Note(signo, quitsLoop);
     } else {
         // Not a signal but a call, in a program whose main is another.
-        SignalRelay::LogReceived();
-        if (s_tReceived.bQuitsLoop.exchange(false)) {
+        LOGI("Received Signal[%d]", signo);
+        if (quitsLoop) {
             AskMainLoopToQuit();
         }
     }

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <thread>
 #include <vector>
@@ -121,6 +122,20 @@ TEST_F(WholeProgram, TheHandlerCalledWithoutMainActsAtOnce) {
         const bool isDone = !is_gamepad_service_accessible && platform.LogCount(DLOG_INFO, Received(SIGUSR1)) == 1 &&
                             testing::Matches(Contains("g_main_loop_quit()"))(platform.Timeline());
         _exit(isDone ? 0 : 1);
+    };
+    EXPECT_EXIT(call(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(WholeProgram, TheHandlerCalledWithoutMainLogsAnyNumber) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto call = [this] {
+        gLoop = g_main_loop_new(nullptr, TRUE);
+        bool isLogged = true;
+        for (const int signal : {0, -1, SIGHUP, NSIG, 99, INT_MAX}) {
+            sig_handler(signal);
+            isLogged = isLogged && platform.Logged(DLOG_INFO, "main.cpp: sig_handler", Received(signal));
+        }
+        _exit(isLogged && is_gamepad_service_accessible && g_main_loop_is_running(gLoop) ? 0 : 1);
     };
     EXPECT_EXIT(call(), testing::ExitedWithCode(0), "");
 }
