@@ -441,6 +441,22 @@ TEST_F(ANoticeUnderWay, OfAPadKeepsTheDispatcherAlive) {
     EXPECT_EQ(process->WaitForEnd(), 0);
 }
 
+TEST_F(ANoticeUnderWay, OfALeavingPadStillFindsItInTheTable) {
+    platform.AllowViolations();  // the pad is closed for the second time
+    Door door;
+    Plug("pad");
+    platform.OnCall("VirtualKey_Finalize", door.CallHook());
+    LoseTheService();
+    ASSERT_TRUE(door.WaitForVisitor());
+    EXPECT_EQ(platform.CallCount("gamepad_destroy_device"), 1);
+    platform.Disconnect("pad");
+    ASSERT_TRUE(platform.WaitUntilNoticesTold());
+    EXPECT_THAT(platform.CallTexts("gamepad_destroy_device"),
+                ElementsAre("gamepad_destroy_device(0)", "gamepad_destroy_device(0)"));
+    door.Open();
+    EXPECT_EQ(process->WaitForEnd(), 0);
+}
+
 TEST_F(ANoticeUnderWay, OfAGameKeepsTheContextManagerAlive) {
     Door door;
     platform.SetApp(123, "game", 2);

@@ -127,6 +127,26 @@ TEST_F(TheTranslatorAlone, GivesButton14TheHubsKeyWhereThereIsOne) {
     EXPECT_THAT(platform.TakeKeys(), ElementsAre(Pressed(572), Released(572)));
 }
 
+TEST_F(TheTranslatorAlone, KeepsAStatusInPlaceOfOneThatItCannotRead) {
+    SetStatus(2);
+    platform.FailOn("vconf_get_int");
+    platform.AllowViolations();  // the fixture has the key library initialised already
+    ASSERT_TRUE(controller.Initialize());
+    Send(1, 398, 1);
+    EXPECT_THAT(platform.TakeKeys(), ElementsAre(Pressed(572)));
+    controller.DeInitialize();
+}
+
+TEST_F(TheTranslatorAlone, HoldsItsKeyBeyondItsEnd) {
+    platform.AllowViolations();  // keys are sent, although the key library is finalised
+    Send(1, 0, 1);
+    controller.DeInitialize();
+    platform.TakeKeys();
+    controller.ReleaseVirtualKey();
+    EXPECT_THAT(platform.CallTexts("VirtualKey_Send_KeyCode"),
+                ElementsAre("VirtualKey_Send_KeyCode(36, 1)", "VirtualKey_Send_KeyCode(36, 0)"));
+}
+
 TEST_F(TheTranslatorAlone, DoesNothingForNobody) {
     EXPECT_NO_FATAL_FAILURE(GamepadRemoteController::PlaydeckStatusChangeCallback(platform.MakeNode(1), nullptr));
     EXPECT_THAT(platform.CallTexts("vconf_keynode_get_int"), IsEmpty());
