@@ -104,6 +104,18 @@ TEST_F(Mutex, IgnoresTheUnlockOfAFreeOne) {
     EXPECT_THAT(notes, ElementsAre("still held", "taken"));
 }
 
+TEST_F(Mutex, IsTakenAnewByTheThreadThatHadItLast) {
+    mutex.Create();
+    mutex.Lock();
+    mutex.Unlock();
+    mutex.Lock();
+    std::thread contender = Contender();
+    Note("still held");
+    mutex.Unlock();
+    contender.join();
+    EXPECT_THAT(notes, ElementsAre("still held", "taken"));
+}
+
 TEST_F(Mutex, CreatedAgainIsFree) {
     mutex.Create();
     mutex.Lock();
