@@ -59,6 +59,11 @@ bool ParseDocument(std::istream& document, Json::Value& root, std::string& error
     }
 }
 
+// As the C library shows a text that is not there, which it does by its own grace.
+const char* Shown(const char* text) {
+    return text != nullptr ? text : "(null)";
+}
+
 bool IsKnownTitleStatus(was_app_status_e status) {
     return status == STATUS_INSTALLED || status == STATUS_NOT_INSTALLED;
 }
@@ -207,7 +212,7 @@ void AppLauncher::m_RequestAppIdByRunTitle(const char* runtitle) {
 
 void AppLauncher::m_WASRequestAppIdCallback(const char* app_id, was_app_status_e status, const char* etag,
                                             void* user_data) {
-    LOGI("AppId[%s]AppStatus[%d]etag_string[%s]", app_id, status, etag);
+    LOGI("AppId[%s]AppStatus[%d]etag_string[%s]", Shown(app_id), status, Shown(etag));
     if (user_data == nullptr) {
         LOGE("[user_data]NULL");
         return;

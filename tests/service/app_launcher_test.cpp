@@ -586,6 +586,13 @@ TEST_P(TheStoreAnswers, AndTheLaunchGoesOnOrNot) {
 INSTANTIATE_TEST_SUITE_P(With, TheStoreAnswers, ValuesIn(kAnswers),
                          [](const auto& one) { return std::string(one.param.name); });
 
+TEST_F(ABoundButton, LogsThatAnAnswerHasNoId) {
+    SetAnswer(0, std::nullopt);
+    Press(0);
+    EXPECT_THAT(platform.LogMessages(), Contains(StartsWith("AppId[(null)]AppStatus[0]etag_string[")));
+    EXPECT_THAT(platform.TakeKeys(), ElementsAre(Pressed(36)));
+}
+
 TEST_F(ABoundButton, GoesItsOrdinaryWayWhenTheQueryIsRefused) {
     StoreAnswer answer;
     answer.refusal = -7;
