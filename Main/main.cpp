@@ -70,9 +70,9 @@ private:
 SignalRelay::~SignalRelay() {
     if (FlagCreate()) {
         SignalRelay::Destroy();
-        // What came while the thread ended.
-        m_HandleReceived();
     }
+    // What came while there was no thread.
+    m_HandleReceived();
 }
 
 void SignalRelay::Destroy() {
@@ -109,25 +109,40 @@ void SignalRelay::m_HandleReceived() {
     }
 }
 
-// No signal may come between the first message, which tells whoever started us that we are there, and the handlers. The
-// relay inherits the mask: signals are left to the other threads. False when it cannot be started.
-bool StartWithHandlers(SignalRelay& relay) {
-    sigset_t handled;
-    sigset_t before;
-    sigemptyset(&handled);
-    sigaddset(&handled, SIGTERM);
-    sigaddset(&handled, SIGUSR1);
-    pthread_sigmask(SIG_BLOCK, &handled, &before);
+/// As long as it lives, the calling thread and threads that it creates get none of the handled signals.
+class SignalsHeldBack {
+public:
+    SignalsHeldBack() {
+        sigset_t handled;
+        sigemptyset(&handled);
+        sigaddset(&handled, SIGTERM);
+        sigaddset(&handled, SIGUSR1);
+        pthread_sigmask(SIG_BLOCK, &handled, &m_tBefore);
+    }
+    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &m_tBefore, nullptr); }
+    SignalsHeldBack(const SignalsHeldBack&) = delete;
+    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+private:
+    sigset_t m_tBefore;
+};
+
+// No signal may come between the first message, which tells whoever started us that we are there, and the handlers.
+void StartWithHandlers() {
+    const SignalsHeldBack none;
     LOG_AS("main", __LINE__, DLOG_INFO, "quorvex Start");
     s_tReceived.bIsRelayed = true;
-    const bool isRelayStarted = relay.Create("SignalRelay", CThread::STACK_SIZE);
     struct sigaction action = {};
     action.sa_handler = sig_handler;
     action.sa_flags = SA_RESTART;
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGUSR1, &action, nullptr);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return isRelayStarted;
+}
+
+// Signals are left to the other threads.
+bool StartRelay(SignalRelay& relay) {
+    const SignalsHeldBack none;
+    return relay.Create("SignalRelay", CThread::STACK_SIZE);
 }
 
 void ReleaseMainLoop() {
@@ -201,12 +216,15 @@ void DeInitialize() {
 
 int main() {
     SignalRelay relay;
-    if (!StartWithHandlers(relay)) {
-        LOGE("Create[SignalRelay]failed!");
-        return -1;
-    }
+    StartWithHandlers();
     if (!Initialize()) {
         LOGE("Call[Initialize]err");
+        return -1;
+    }
+    // What came so far has found no loop and only waits for its line in the log.
+    if (!StartRelay(relay)) {
+        LOGE("Create[SignalRelay]failed!");
+        DeInitialize();
         return -1;
     }
     gLoop = g_main_loop_new(nullptr, TRUE);

@@ -369,7 +369,6 @@ inline EndRelay() {
 
 active proctype Main() {
     run Signals();
-    run Relay();
 #if NOTICES
     run HotPlug();
     run Events();
@@ -382,10 +381,9 @@ active proctype Main() {
     run DispatcherThread();
     tellsStandby = true;
     if
-    :: FAILING -> StartFailed()
-    :: true -> initialized[Dispatcher] = true; RunToTheEnd()
+    :: FAILING -> StartFailed(); HandleReceived()
+    :: true -> initialized[Dispatcher] = true; run Relay(); RunToTheEnd(); EndRelay()
     fi;
-    EndRelay();
     exited = true
 }
 

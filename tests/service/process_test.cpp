@@ -325,7 +325,7 @@ TEST_F(WholeProgram, ADispatcherWithoutItsMonitorPollsUntilItDies) {
     is_gamepad_service_accessible = true;
     platform.AllowErrors();
     platform.AddPad("pad");
-    runTime.RefuseThread(RunTime::kMonitor - 1);  // there is no relay
+    runTime.RefuseThread(RunTime::kMonitor);
     {
         GamepadEventDispatcher dispatcher;
         EXPECT_FALSE(dispatcher.Initialize());
@@ -363,7 +363,7 @@ TEST_F(AFailedStartWithFocusSignals, GivesUpTheStandbyNoticesBeforeTheDispatcher
                                       "aul_listen_app_status_signal(null, null)", "I: Destructor is called"}));
 }
 
-TEST_F(WholeProgram, WithoutTheSignalRelayTheProgramDoesNotStart) {
+TEST_F(WholeProgram, WithoutTheSignalRelayTheProgramTakesDownWhatItStarted) {
     runTime.RefuseThread(RunTime::kSignalRelay);
     platform.ExpectError("pthread_create() threadname:[SignalRelay]");
     platform.ExpectError("CThread not created: errno = ");
@@ -372,7 +372,9 @@ TEST_F(WholeProgram, WithoutTheSignalRelayTheProgramDoesNotStart) {
         ServiceProcess process(platform);
         EXPECT_EQ(process.WaitForEnd(), -1);
     }
-    EXPECT_THAT(PlacesOf(platform, "Constructor is called"), IsEmpty());
+    EXPECT_FALSE(PlacesOf(platform, "Constructor is called").empty());
+    EXPECT_EQ(PlacesOf(platform, "Destructor is called").size(), PlacesOf(platform, "Constructor is called").size());
+    EXPECT_THAT(platform.Timeline(), Not(Contains("g_main_loop_new()")));
     EXPECT_THAT(platform.TakeAsserts(), ElementsAre(Asserted("FlagCreate() == false", "CSemaphore.cpp")));
 }
 

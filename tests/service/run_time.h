@@ -25,7 +25,7 @@ public:
     RunTime& operator=(const RunTime&) = delete;
 
     /// The threads of the service in the order of their start.
-    enum Thread { kSignalRelay = 1, kDispatcher = 2, kMonitor = 3 };
+    enum Thread { kDispatcher = 1, kMonitor = 2, kSignalRelay = 3 };
     /// The n-th next thread of the service cannot be created.
     void RefuseThread(int nth);
     /// Non-throwing allocations of this size yield no memory.
