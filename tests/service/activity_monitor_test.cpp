@@ -426,7 +426,7 @@ TEST_F(ActivityMonitor, EndsInOrder) {
     EXPECT_THAT(platform.Leftovers(), IsEmpty());
 }
 
-// The threads of the start: the signal relay's, the dispatcher's, the monitor's.
+// The threads of the start: the dispatcher's, the monitor's, the signal relay's.
 TEST_F(BeforeTheStart, ARefusedThreadEndsTheProgram) {
     platform.SetSmartMonitor(true);
     for (const char* const message :
@@ -435,7 +435,7 @@ TEST_F(BeforeTheStart, ARefusedThreadEndsTheProgram) {
         platform.ExpectError(message);
     }
     platform.AllowAsserts();  // the semaphore of the thread's end outlives the failed start
-    faults::RefuseThread(3);
+    faults::RefuseThread(2);
     Plug(kPad);
     service.emplace(platform);
     EXPECT_EQ(service->WaitForEnd(), -1);
