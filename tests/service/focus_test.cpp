@@ -41,6 +41,15 @@ protected:
         platform.SendAppStatus(pid, status);
         ASSERT_TRUE(platform.WaitUntilAppStatusTold());
     }
+    /// While somebody stands in the door, with the list of games locked.
+    void ExpectFocusSignalToWaitFor(Door& door) {
+        platform.SendAppStatus(kGame, kFocus);
+        EXPECT_FALSE(platform.WaitUntilAppStatusTold(kForAWhile));
+        EXPECT_FALSE(platform.Logged(DLOG_INFO, "A game app[123] on focus, so mark that"));
+        door.Open();
+        ASSERT_TRUE(platform.WaitUntilAppStatusTold());
+        ASSERT_TRUE(platform.WaitUntilNoticesTold());
+    }
     static GamepadContextManager& Manager() { return *Singleton<GamepadContextManager>::GetInstance(); }
 
     /// Menu mode as a user sees it: whether a hat, pushed and let go, sends a key.
@@ -515,12 +524,7 @@ TEST_F(TheFocus, TheListIsLockedWhileANewGameIsAskedAfter) {
     platform.OnCall("aul_app_get_status", door.CallHook());
     platform.SendGameAppNotice(GAMEAPP_OPENED, 124);
     ASSERT_TRUE(door.WaitForVisitor());
-    platform.SendAppStatus(kGame, kFocus);
-    EXPECT_FALSE(platform.WaitUntilAppStatusTold(kForAWhile));
-    EXPECT_FALSE(platform.Logged(DLOG_INFO, "A game app[123] on focus, so mark that"));
-    door.Open();
-    ASSERT_TRUE(platform.WaitUntilAppStatusTold());
-    ASSERT_TRUE(platform.WaitUntilNoticesTold());
+    ExpectFocusSignalToWaitFor(door);
 }
 
 TEST_F(TheFocus, TheListIsLockedUntilANewGameHasStoppedMenuMode) {
@@ -533,12 +537,7 @@ TEST_F(TheFocus, TheListIsLockedUntilANewGameHasStoppedMenuMode) {
     ASSERT_TRUE(door.WaitForVisitor());
     platform.SendGameAppNotice(GAMEAPP_OPENED, 124);
     ASSERT_TRUE(platform.WaitForLog("The new added gameapp (pid=124) is focus, stop menumode."));
-    platform.SendAppStatus(kGame, kFocus);
-    EXPECT_FALSE(platform.WaitUntilAppStatusTold(kForAWhile));
-    EXPECT_FALSE(platform.Logged(DLOG_INFO, "A game app[123] on focus, so mark that"));
-    door.Open();
-    ASSERT_TRUE(platform.WaitUntilAppStatusTold());
-    ASSERT_TRUE(platform.WaitUntilNoticesTold());
+    ExpectFocusSignalToWaitFor(door);
 }
 
 // A focus signal lets go of the list before it waits for the event that the dispatcher handles.

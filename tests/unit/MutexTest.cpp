@@ -45,6 +45,15 @@ protected:
         return thread;
     }
 
+    /// By the calling thread: another one gets the mutex when it is unlocked once, and not before.
+    void ExpectHeldUntilUnlocked() {
+        std::thread contender = Contender();
+        Note("still held");
+        mutex.Unlock();
+        contender.join();
+        EXPECT_THAT(notes, ElementsAre("still held", "taken"));
+    }
+
     FakePlatform platform;
     Faults faults;
     CMutex mutex;
@@ -86,22 +95,14 @@ TEST_F(Mutex, IgnoresTheUnlockOfAThreadThatDoesNotOwnIt) {
     mutex.Create();
     mutex.Lock();
     std::thread([this] { mutex.Unlock(); }).join();
-    std::thread contender = Contender();
-    Note("still held");
-    mutex.Unlock();
-    contender.join();
-    EXPECT_THAT(notes, ElementsAre("still held", "taken"));
+    ExpectHeldUntilUnlocked();
 }
 
 TEST_F(Mutex, IgnoresTheUnlockOfAFreeOne) {
     mutex.Create();
     mutex.Unlock();
     mutex.Lock();
-    std::thread contender = Contender();
-    Note("still held");
-    mutex.Unlock();
-    contender.join();
-    EXPECT_THAT(notes, ElementsAre("still held", "taken"));
+    ExpectHeldUntilUnlocked();
 }
 
 TEST_F(Mutex, IsTakenAnewByTheThreadThatHadItLast) {
@@ -109,11 +110,7 @@ TEST_F(Mutex, IsTakenAnewByTheThreadThatHadItLast) {
     mutex.Lock();
     mutex.Unlock();
     mutex.Lock();
-    std::thread contender = Contender();
-    Note("still held");
-    mutex.Unlock();
-    contender.join();
-    EXPECT_THAT(notes, ElementsAre("still held", "taken"));
+    ExpectHeldUntilUnlocked();
 }
 
 TEST_F(Mutex, CreatedAgainIsFree) {

@@ -79,6 +79,20 @@ class Starting : public StoppedRemoteTest {
 protected:
     static constexpr const char* kUinput = "/dev/uinput";
 
+    /// A user without any rights but those to what everybody may use.
+    ServiceOptions OptionsOfNobody() const {
+        ServiceOptions options = Options();
+        options.user = kNobody;
+        std::filesystem::permissions(runtime_, std::filesystem::perms::all);
+        return options;
+    }
+    void StartAsNobody() {
+        service_ = std::make_unique<Service>(OptionsOfNobody());
+        ASSERT_TRUE(service_->Prints("Loop to handle gamepad key event")) << service_->Tail();
+        keys_ = std::make_unique<KeyReader>();
+        ASSERT_TRUE(keys_->Found());
+    }
+
     void ExpectRefusal(const ServiceOptions& options, const std::string& reason) {
         service_ = std::make_unique<Service>(options);
         EXPECT_EQ(service_->ExitStatus(), kFailedStart);
@@ -89,21 +103,15 @@ protected:
 };
 
 /// A service of a user whose rights to a pad come and go with the session that is shown.
-class AUser : public StoppedRemoteTest {
+class AUser : public Starting {
 protected:
-    AUser() {
-        chmod("/dev/uinput", 0666);
+    void SetUp() override {
+        ASSERT_EQ(chmod(kUinput, 0666), 0);
         Let(true);
-        ServiceOptions options = Options();
-        options.user = kNobody;
-        std::filesystem::permissions(runtime_, std::filesystem::perms::all);
-        service_ = std::make_unique<Service>(options);
-        EXPECT_TRUE(service_->Prints("Loop to handle gamepad key event")) << service_->Tail();
-        keys_ = std::make_unique<KeyReader>();
-        EXPECT_TRUE(keys_->Found());
+        StartAsNobody();
         WaitUntilServed(pad_);
     }
-    ~AUser() override { chmod("/dev/uinput", 0600); }
+    ~AUser() override { chmod(kUinput, 0600); }
 
     void Let(bool read) const { EXPECT_EQ(chmod(pad_.Node().c_str(), read ? 0666 : 0600), 0); }
 
@@ -130,10 +138,7 @@ TEST_F(AUser, WhoMayReadThePadAgainIsServedAgain) {
 
 TEST_F(Starting, WithoutTheRightToMakeAKeyboardSaysWhoGrantsIt) {
     ASSERT_EQ(chmod(kUinput, 0600), 0);
-    ServiceOptions options = Options();
-    options.user = kNobody;
-    std::filesystem::permissions(runtime_, std::filesystem::perms::all);
-    ExpectRefusal(options, "udev rule");
+    ExpectRefusal(OptionsOfNobody(), "udev rule");
     EXPECT_THAT(service_->Line(kUinput), HasSubstr("may not be opened by this user"));
 }
 
@@ -146,13 +151,7 @@ TEST_F(Starting, WithoutTheKernelModuleSaysWhichIsMissing) {
 TEST_F(Starting, NeedsNoMoreThanTheRightToTheDevices) {
     ASSERT_EQ(chmod(kUinput, 0666), 0);
     UinputPad pad(CommonPad());
-    ServiceOptions options = Options();
-    options.user = kNobody;
-    std::filesystem::permissions(runtime_, std::filesystem::perms::all);
-    service_ = std::make_unique<Service>(options);
-    ASSERT_TRUE(service_->Prints("Loop to handle gamepad key event")) << service_->Tail();
-    keys_ = std::make_unique<KeyReader>();
-    ASSERT_TRUE(keys_->Found());
+    StartAsNobody();
     EXPECT_FALSE(Reads(pad.Node())) << "the pad is not for everybody yet";
     ASSERT_EQ(chmod(pad.Node().c_str(), 0666), 0);
     pad.Unplug();
