@@ -38,7 +38,8 @@ std::shared_ptr<PathWatch::Inotify> PathWatch::Inotify::Of(GMainContext* context
     static thread_local std::weak_ptr<Inotify> latest;
     std::shared_ptr<Inotify> inotify = latest.lock();
     if (inotify == nullptr || inotify->context_ != context) {
-        inotify = std::make_shared<Inotify>(context);
+        // Not in one piece with its counts: those live as long as `latest` and would keep its memory.
+        inotify = std::shared_ptr<Inotify>(new Inotify(context));
         latest = inotify;
     }
     return inotify;
