@@ -10,6 +10,7 @@
 
 #include "../linux/games/child.h"
 #include "../linux/games/temporary_folder.h"
+#include "content.h"
 #include "gamepad/games/ignored_readers.h"
 #include "look/looks.h"
 #include "program.h"
@@ -110,6 +111,14 @@ TEST_F(ALook, AJournalWithoutErrorsTellsNothing) {
     for (const doctor::Finding& finding : doctor::LookAtService(folder_.Path("journal")).findings) {
         EXPECT_THAT(finding.text, testing::Not(HasSubstr("last errors")));
     }
+}
+
+// What a process that ends while it is looked at does, too.
+TEST_F(ALook, AFileThatCannotBeReadIsAnEmptyOne) {
+    folder_.Write("folder/file", std::string("a\0b\n", 4));
+    EXPECT_EQ(doctor::ContentOf(folder_.Path("folder/file")), std::string("a\0b\n", 4));
+    EXPECT_EQ(doctor::ContentOf(folder_.Path("folder")), "");
+    EXPECT_EQ(doctor::ContentOf(folder_.Path("nothing")), "");
 }
 
 TEST(AnOutcome, TellsThatHomeIsTimedForFourPadsOnly) {

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <future>
 #include <mutex>
+#include <sstream>
 #include <thread>
 #include <tuple>
 
@@ -358,8 +359,9 @@ TEST_P(GamepadLibrary, RunsItsThreadUnderItsNameWithAllSignalsBlocked) {
     bool found = false;
     DIR* tasks = opendir("/proc/self/task");
     while (const dirent* task = readdir(tasks)) {
-        std::ifstream status(std::string("/proc/self/task/") + task->d_name + "/status");
-        const std::string text((std::istreambuf_iterator<char>(status)), {});
+        std::ostringstream status;  // empty of a thread that has ended since
+        status << std::ifstream(std::string("/proc/self/task/") + task->d_name + "/status").rdbuf();
+        const std::string text = status.str();
         if (text.find("Name:\tgamepad-hotplug\n") != std::string::npos) {
             found = true;
             // All but SIGKILL, SIGSTOP and the two that the C library keeps for itself.

@@ -20,6 +20,7 @@
 #include "gamemode_daemon.h"
 #include "gamepad/connected_pads.h"
 #include "own_settings.h"
+#include "program.h"
 #include "service_callback.h"
 
 namespace {
@@ -149,6 +150,15 @@ TEST_F(APad, MakesNoGameOfWhoIsIgnored) {
     EXPECT_TRUE(told_.WaitFor(Opened(game)));
 }
 
+/// The first; 0 while there is none.
+pid_t ChildOf(pid_t parent) {
+    const std::string id = std::to_string(parent);
+    std::ifstream children("/proc/" + id + "/task/" + id + "/children");
+    pid_t child = 0;
+    children >> child;
+    return child;
+}
+
 TEST_F(APad, HasTheNewestOfItsReadersAndTheGameAboveAProcess) {
     Register();
     const Child first = ReaderOf(node_);
@@ -158,10 +168,8 @@ TEST_F(APad, HasTheNewestOfItsReadersAndTheGameAboveAProcess) {
     EXPECT_EQ(GameList::Newest(), launcher.Pid());
     EXPECT_TRUE(GameList::Contains(first.Pid()));
     EXPECT_FALSE(GameList::Contains(getpid()));
-    std::ifstream children("/proc/" + std::to_string(launcher.Pid()) + "/task/" + std::to_string(launcher.Pid()) +
-                           "/children");
     pid_t child = 0;
-    ASSERT_TRUE(children >> child);
+    ASSERT_TRUE(WaitUntil([&] { return (child = ChildOf(launcher.Pid())) != 0; }));
     EXPECT_EQ(GameList::GameAbove(child), launcher.Pid());
     EXPECT_EQ(GameList::GameAbove(launcher.Pid()), launcher.Pid());
     EXPECT_EQ(GameList::GameAbove(getpid()), 0);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <future>
 #include <iterator>
 #include <map>
@@ -12,6 +11,7 @@
 
 #include "CVConf.h"
 #include "EventHandler/src/AppLauncher.h"
+#include "content.h"
 #include "gamepad/button_table.h"
 #include "look/looks.h"
 #include "platform/was.h"
@@ -105,11 +105,6 @@ public:
 private:
     const std::string text_;
 };
-
-std::string ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::string Entries(int count) {
     return std::to_string(count) + (count == 1 ? " entry" : " entries");

@@ -7,10 +7,9 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 
+#include "content.h"
 #include "gamepad/games/processes.h"
 #include "look/looks.h"
 
@@ -47,11 +46,6 @@ std::vector<pid_t> Services() {
     }
     std::sort(pids.begin(), pids.end());
     return pids;
-}
-
-std::string ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// Seconds since the machine was started: the 22nd field of the process's line, counted behind its name.
