@@ -58,7 +58,7 @@ TEST_F(APad, MakesAGameOfItsReader) {
     const auto start = steady_clock::now();
     game.Kill();
     ASSERT_TRUE(told_.WaitForAll({{GAMEAPP_OPENED, pid}, Closed(pid)}));
-    EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(1));
+    EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST_F(APad, NeedsNoBus) {
