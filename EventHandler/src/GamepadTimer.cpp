@@ -4,7 +4,8 @@
 
 GamepadTimer::~GamepadTimer() {
     if (FlagCreate()) {
-        DestroyTimer();
+        REPORT("FlagCreate() == false");
+        DestroyTimer();  // a thread that went on would use what is gone
     }
     m_tTimerLock.Destroy();
 }

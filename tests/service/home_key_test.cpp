@@ -573,6 +573,7 @@ TEST_F(TheTimerAlone, IsEndedByItsDestructor) {
         ASSERT_TRUE(clock.WaitForNap(kTimerThread));
     }
     EXPECT_TRUE(platform.Logged(DLOG_INFO, "Exit DestroyTimer"));
+    EXPECT_THAT(platform.TakeAsserts(), ElementsAre(Asserted("FlagCreate() == false", "GamepadTimer.cpp")));
 }
 
 TEST_F(TheTimerAlone, MayBeCreatedAgain) {
