@@ -45,8 +45,8 @@ private:
     std::vector<int32_t> m_vGameAppPIDList GUARDED_BY(m_tPIDListMutex);
     CRawMutex m_tPIDListMutex ACQUIRED_BEFORE(lock_order::AfterList);
     std::atomic<bool> m_bIsInitialized{false};
-    std::atomic<bool> m_bIsListening{false};
     std::atomic<int32_t> m_iLastFocusPID{0};
+    std::atomic<bool> m_bIsListening{false};
 };
 
 /// The gamepad library's notice: a game app has opened (0) or closed (1). On the library's thread.

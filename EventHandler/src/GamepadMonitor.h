@@ -55,9 +55,9 @@ private:
     int64_t m_llLastActiveNumber GUARDED_BY(m_tMutex) = 0;  ///< as last published
     bool m_bScreenSaverOn GUARDED_BY(m_tMutex) = false;
     bool m_bActive GUARDED_BY(m_tMutex) = false;  ///< activity since the last cycle
-    bool m_bIsWatching = false;                   ///< the owner's thread only
     CRawMutex m_tMutex ACQUIRED_AFTER(lock_order::AfterDevice) ACQUIRED_BEFORE(lock_order::BeforeTimeMutex);
-    CSemaphore m_semMonitor;  ///< the thread's wake-up
+    CSemaphore m_semMonitor;     ///< the thread's wake-up
+    bool m_bIsWatching = false;  ///< the owner's thread only
 };
 
 #endif
