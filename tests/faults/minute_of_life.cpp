@@ -109,7 +109,7 @@ private:
     /// The passes before the minute and after it depend on how quick the main thread is: there is one of each.
     Minute::Milliseconds Pause() {
         if (!turns_) {
-            Await([this] { return turns_ || Said("Create[GamepadMonitor] thread failed!") || Said("gLoop is NULL!"); });
+            Await([this] { return turns_ || HasFailedToStart(); });
             return Minute::Milliseconds(0);
         }
         const Minute::Milliseconds pause = minute_.Next();
@@ -117,6 +117,11 @@ private:
             Await([this] { return Said("Wait [GamepadEventDispatcher] thread exit..."); });
         }
         return pause;
+    }
+    /// Where the dispatcher's thread may run already, and is waited for.
+    bool HasFailedToStart() const {
+        return Said("Create[GamepadMonitor] thread failed!") || Said("Create[SignalRelay]failed!") ||
+               Said("gLoop is NULL!");
     }
     template <class Condition>
     static void Await(Condition holds) {
