@@ -67,6 +67,13 @@ bool TakeUnit(SemaphoreState& state) REQUIRES(TimeMutex) {
     return true;
 }
 
+// A count that is full stays so: one more would make it negative, and every waiter would wait for ever.
+void AddUnit(SemaphoreState& state) REQUIRES(TimeMutex) {
+    if (state.m_iCount < INT32_MAX) {
+        ++state.m_iCount;
+    }
+}
+
 bool DeadlineAfter(unsigned long ms, timespec& deadline) {
     constexpr long MICROSECONDS = 1000000;
     timeval now = {};
@@ -137,7 +144,7 @@ void CSemaphore::Give() {
         REPORT("FlagCreate() == true");
         return;
     }
-    ++pState->m_iCount;
+    AddUnit(*pState);
     if (pthread_cond_signal(&pState->m_tCond) != 0) {
         LOGI("pthread_cond_signal()");
     }

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -94,6 +95,13 @@ TEST_F(Semaphore, CollectsGivesWithoutABound) {
         semaphore.Take();
     }
     EXPECT_FALSE(semaphore.Try(0));
+}
+
+TEST_F(Semaphore, ThatIsFullStaysSo) {
+    semaphore.Create(INT32_MAX);
+    semaphore.Give();
+    EXPECT_TRUE(semaphore.Try(0));
+    EXPECT_TRUE(semaphore.Try(0));
 }
 
 TEST_F(Semaphore, WithANegativeCountNeedsThatManyExtraGives) {

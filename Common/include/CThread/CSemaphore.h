@@ -34,7 +34,7 @@ public:
 
     /// Waits without limit for a unit and takes it.
     void Take();
-    /// Adds a unit (there is no upper bound) and wakes one waiter.
+    /// Adds a unit, up to INT32_MAX of them, and wakes one waiter.
     void Give();
     /// Takes a unit, waiting at most about `ms` milliseconds of wall-clock time; 0 never waits. True if it has one.
     /// A wake-up without a unit starts the whole time-out anew.
