@@ -69,7 +69,7 @@ TEST_F(ManyAtOnce, TheLastValueIsAlwaysTold) {
             }
         });
     }
-    EXPECT_TRUE(RunLoopUntil([&] { return changes.Count() > 10; }));
+    EXPECT_TRUE(RunLoopUntil([&] { return changes.Count() > 0; }));  // changes that come at once are told as one
     for (std::thread& writer : writers) {
         writer.join();
     }
