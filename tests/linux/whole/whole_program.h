@@ -25,8 +25,9 @@ protected:
     void StartAfter(const std::string& commands);
     /// A press and a release of the pad's button, which come out as keys.
     void ExpectKeys();
-    /// Ends it in good order. All that the platform told are messages with these beginnings, each once.
-    void ExpectGoodEndAfter(std::vector<std::string> told);
+    /// Ends it in good order. All that the platform told are messages with these beginnings, each once, but for what it
+    /// may tell or not.
+    void ExpectGoodEndAfter(std::vector<std::string> told, const std::string& may_tell = "nothing else");
     void Plug(int pads = 1);
     Service& Running() { return *program_; }
 
