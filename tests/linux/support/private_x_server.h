@@ -22,6 +22,8 @@ public:
     void Continue() const;
 
 private:
+    bool Reserve(const std::string& name);
+
     std::string name_;
     std::unique_ptr<Program> server_;
 };
