@@ -30,4 +30,10 @@ TEST_F(WhereACallFails, ProcessesThatCannotBeSeenAreTold) {
     ExpectFinding(LookUntilItSays("openat", "readers", words), "readers", words, "lacks", "mount -t proc proc /proc");
 }
 
+TEST_F(WhereACallFails, AServiceThatEndsWhileItIsLookedAtDoesNotRun) {
+    StartService("QUORVEX_FAULT=");
+    const std::string words = "it does not run";
+    ExpectFinding(LookUntilItSays("read", "service", words), "service", words, "broken", "systemctl --user enable");
+}
+
 }  // namespace

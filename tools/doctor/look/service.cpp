@@ -8,6 +8,7 @@
 #include <ctime>
 #include <filesystem>
 #include <map>
+#include <optional>
 
 #include "content.h"
 #include "gamepad/games/processes.h"
@@ -34,22 +35,9 @@ bool IsOwn(const fs::path& process) {
     return stat(process.c_str(), &status) == 0 && status.st_uid == geteuid();
 }
 
-/// This user's, the oldest first.
-std::vector<pid_t> Services() {
-    std::vector<pid_t> pids;
-    std::error_code error;
-    for (fs::directory_iterator at("/proc", error), end; !error && at != end; at.increment(error)) {
-        const std::string name = at->path().filename();
-        if (IsNumber(name) && IsOwn(at->path()) && games::NameOf(std::stoi(name)).executable == kProgram) {
-            pids.push_back(std::stoi(name));
-        }
-    }
-    std::sort(pids.begin(), pids.end());
-    return pids;
-}
-
-/// Seconds since the machine was started: the 22nd field of the process's line, counted behind its name.
-double StartOf(pid_t pid) {
+/// Seconds since the machine was started: the 22nd field of the process's line, counted behind its name. Nothing of a
+/// process that has ended.
+std::optional<double> StartOf(pid_t pid) {
     constexpr int kFieldsBetween = 19;
     const std::string text = ContentOf("/proc/" + std::to_string(pid) + "/stat");
     const char* at = text.c_str() + std::min(text.rfind(") ") + 2, text.size());
@@ -57,7 +45,32 @@ double StartOf(pid_t pid) {
         at = std::strchr(at, ' ');
         at = at == nullptr ? nullptr : at + 1;
     }
-    return at == nullptr ? 0 : std::strtod(at, nullptr) / static_cast<double>(sysconf(_SC_CLK_TCK));
+    if (at == nullptr) {
+        return std::nullopt;
+    }
+    return std::strtod(at, nullptr) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+struct Running {
+    pid_t pid;
+    double start;
+};
+
+/// This user's, the oldest first.
+std::vector<Running> Services() {
+    std::vector<Running> services;
+    std::error_code error;
+    for (fs::directory_iterator at("/proc", error), end; !error && at != end; at.increment(error)) {
+        const std::string name = at->path().filename();
+        if (!IsNumber(name) || !IsOwn(at->path()) || games::NameOf(std::stoi(name)).executable != kProgram) {
+            continue;
+        }
+        if (const std::optional<double> start = StartOf(std::stoi(name))) {
+            services.push_back({std::stoi(name), *start});
+        }
+    }
+    std::sort(services.begin(), services.end(), [](const Running& a, const Running& b) { return a.start < b.start; });
+    return services;
 }
 
 std::string LocalTime(std::time_t time) {
@@ -68,10 +81,10 @@ std::string LocalTime(std::time_t time) {
     return text;
 }
 
-std::string SinceWhen(pid_t pid) {
+std::string SinceWhen(const Running& service) {
     struct timespec up {};
     clock_gettime(CLOCK_BOOTTIME, &up);
-    const double age = static_cast<double>(up.tv_sec) - StartOf(pid);
+    const double age = static_cast<double>(up.tv_sec) - service.start;
     return LocalTime(std::time(nullptr) - static_cast<std::time_t>(age));
 }
 
@@ -90,6 +103,9 @@ std::map<std::string, std::string> EnvironmentOf(pid_t pid) {
 /// A service that was started too early or elsewhere looks for another session than the one it is asked from.
 void AddEnvironment(pid_t pid, Section& section) {
     std::map<std::string, std::string> its = EnvironmentOf(pid);
+    if (its.empty()) {
+        return;  // it has ended since
+    }
     for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "SWAYSOCK", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR",
                              "XDG_STATE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME"}) {
         const char* mine = std::getenv(name);
@@ -101,10 +117,10 @@ void AddEnvironment(pid_t pid, Section& section) {
     }
 }
 
-Finding ServiceFinding(pid_t pid) {
-    const std::string since = SinceWhen(pid);
-    Finding finding = Works("runs since " + since + " (process " + std::to_string(pid) + ")");
-    finding.facts["pid"] = pid;
+Finding ServiceFinding(const Running& service) {
+    const std::string since = SinceWhen(service);
+    Finding finding = Works("runs since " + since + " (process " + std::to_string(service.pid) + ")");
+    finding.facts["pid"] = service.pid;
     finding.facts["since"] = since;
     return finding;
 }
@@ -176,17 +192,17 @@ void AddLastErrors(const std::string& journal, Section& section) {
 
 Section LookAtService(const std::string& journal) {
     Section section{"service", "The service itself", {}};
-    const std::vector<pid_t> services = Services();
+    const std::vector<Running> services = Services();
     if (services.empty()) {
         section.findings.push_back(Broken("it does not run", "systemctl --user enable --now quorvex"));
     } else {
         section.findings.push_back(ServiceFinding(services.front()));
-        AddEnvironment(services.front(), section);
+        AddEnvironment(services.front().pid, section);
     }
     if (services.size() > 1) {
         section.findings.push_back(
             Broken("it runs " + std::to_string(services.size()) + " times: each key is sent by each",
-                   "kill " + std::to_string(services.back())));
+                   "kill " + std::to_string(services.back().pid)));
     }
     AddLastErrors(journal, section);
     return section;
